@@ -1,0 +1,5 @@
+# SPDX-License-Identifier: MIT
+list(APPEND marl_sources
+  # platform
+  platform/AudioStreamBasicDescription.cpp
+)

@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: MIT
+# What every target of this project is compiled with, as one interface target.
+add_library(marl_options INTERFACE)
+target_compile_features(marl_options INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+# -ffp-contract=off: the portable and the vector kernels must agree bit for bit, so no compiler may fuse
+# a multiply and an add that the source keeps apart.
+target_compile_options(marl_options INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -ffp-contract=off)
+
+option(MARL_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+if(MARL_WARNINGS_AS_ERRORS)
+  target_compile_options(marl_options INTERFACE -Werror)
+endif()
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
