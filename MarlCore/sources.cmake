@@ -1,5 +1,18 @@
 # SPDX-License-Identifier: MIT
 list(APPEND marl_sources
   # platform
+  platform/AbsoluteTime.cpp
   platform/AudioStreamBasicDescription.cpp
+  platform/Exception.cpp
+  platform/URL.cpp
+  # foundation
+  foundation/CBuffer.cpp
+  foundation/CException.cpp
+  foundation/CMutex.cpp
+  foundation/CSharedObject.cpp
+  foundation/CString.cpp
+  foundation/CThread.cpp
+  foundation/CTimer.cpp
+  foundation/CURL.cpp
+  foundation/FileUtilities.cpp
 )

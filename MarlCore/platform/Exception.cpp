@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include <MarlCore/platform/Exception.h>
+
+#include <utility>
+
+namespace platform {
+
+Exception::Exception(std::string name, std::string reason)
+    : m_name(std::move(name)), m_reason(std::move(reason)) {}
+
+void assertParameter(bool holds, const char* condition, std::source_location place) {
+    if (holds) return;
+    throw Exception(kInternalInconsistencyException, std::string("Invalid parameter not satisfying: ") +
+                                                         condition + " (" + place.file_name() + ":" +
+                                                         std::to_string(place.line()) + ")");
+}
+
+}  // namespace platform

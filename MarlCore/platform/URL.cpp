@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include <MarlCore/platform/URL.h>
+
+#include <filesystem>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr std::string_view kFileScheme = "file:";
+
+bool isLetter(char c) noexcept {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool isDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+
+/// The characters that RFC 3986 allows in a path as they stand, the slash included.
+bool standsForItself(char c) noexcept {
+    return isLetter(c) || isDigit(c) ||
+           std::string_view("-._~/!$&'()*+,;=:@").find(c) != std::string_view::npos;
+}
+
+/// The value of a hexadecimal digit, or -1.
+int hexValue(char c) noexcept {
+    if (isDigit(c)) return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+/// True when `text` begins with a scheme (RFC 3986: a letter, then letters, digits, "+", "-", ".") and a
+/// colon.
+bool hasScheme(std::string_view text) noexcept {
+    if (text.empty() || !isLetter(text.front())) return false;
+    for (char c : text) {
+        if (c == ':') return true;
+        if (!isLetter(c) && !isDigit(c) && c != '+' && c != '-' && c != '.') return false;
+    }
+    return false;
+}
+
+/// What follows the scheme and this machine's host name, or nothing for another scheme or host.
+std::optional<std::string_view> escapedPath(std::string_view text) noexcept {
+    if (!text.starts_with(kFileScheme)) return std::nullopt;
+    text.remove_prefix(kFileScheme.size());
+    if (text.starts_with("//")) {
+        text.remove_prefix(2);
+        if (text.starts_with("localhost/")) text.remove_prefix(std::string_view("localhost").size());
+    }
+    if (!text.starts_with('/')) return std::nullopt;
+    return text;
+}
+
+}  // namespace
+
+std::string addPercentEscapes(std::string_view text) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (char c : text) {
+        if (standsForItself(c)) {
+            escaped += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            escaped += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+        }
+    }
+    return escaped;
+}
+
+std::string removePercentEscapes(std::string_view text) {
+    std::string plain;
+    plain.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool escape =
+            text[i] == '%' && text.size() - i > 2 && hexValue(text[i + 1]) >= 0 && hexValue(text[i + 2]) >= 0;
+        if (escape) {
+            plain += static_cast<char>(hexValue(text[i + 1]) << 4 | hexValue(text[i + 2]));
+            i += 2;
+        } else {
+            plain += text[i];
+        }
+    }
+    return plain;
+}
+
+URL::URL(std::string text) : m_text(std::move(text)) {}
+
+URL URL::fromPath(std::string_view path, bool isDirectory) {
+    std::string absolute =
+        path.starts_with('/') ? std::string(path) : (std::filesystem::current_path() / path).string();
+    if (isDirectory && !absolute.ends_with('/')) absolute += '/';
+    return URL("file://" + addPercentEscapes(absolute));
+}
+
+URL URL::fromString(std::string_view text) {
+    if (hasScheme(text)) return URL(std::string(text));
+    return fromPath(removePercentEscapes(text), text.ends_with('/'));
+}
+
+std::string URL::unescapedString() const {
+    return removePercentEscapes(m_text);
+}
+
+std::optional<std::string> URL::path() const {
+    const auto escaped = escapedPath(m_text);
+    if (!escaped) return std::nullopt;
+    std::string path = removePercentEscapes(*escaped);
+    if (path.find('\0') != std::string::npos) return std::nullopt;
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return path;
+}
+
+std::string URL::pathExtension() const {
+    std::string_view text = m_text;
+    while (text.ends_with('/')) text.remove_suffix(1);
+    const std::string_view component = text.substr(text.rfind('/') + 1);
+    const std::size_t dot = component.rfind('.');
+    if (dot == std::string_view::npos || dot == 0) return {};
+    return removePercentEscapes(component.substr(dot + 1));
+}
+
+}  // namespace platform
