@@ -15,4 +15,5 @@ list(APPEND marl_sources
   foundation/CTimer.cpp
   foundation/CURL.cpp
   foundation/FileUtilities.cpp
+  platform/SimdLevel.cpp
 )
