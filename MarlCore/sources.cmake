@@ -16,4 +16,7 @@ list(APPEND marl_sources
   foundation/CURL.cpp
   foundation/FileUtilities.cpp
   platform/SimdLevel.cpp
+  # Files
+  Files/browsing/NodeTypes.cpp
+  Files/browsing/PathNames.cpp
 )
