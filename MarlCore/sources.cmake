@@ -17,6 +17,8 @@ list(APPEND marl_sources
   foundation/FileUtilities.cpp
   platform/SimdLevel.cpp
   # Files
+  Files/browsing/FileNode.cpp
+  Files/browsing/HiddenFileList.cpp
   Files/browsing/NodeTypes.cpp
   Files/browsing/PathNames.cpp
 )
