@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "Browse.h"
+
+#include "TerminalText.h"
+
+#include <MarlCore/Files/browsing/FileNode.h>
+#include <MarlCore/platform/Exception.h>
+
+#include <cstdint>
+#include <ostream>
+#include <string_view>
+
+namespace marl::tool {
+namespace {
+
+std::string_view nameOfType(NodeType nodeType) {
+    switch (nodeType) {
+        case NodeTypesHelper::kFolder:
+            return "folder";
+        case NodeTypesHelper::kSpecialFolder:
+            return "special folder";
+        case NodeTypesHelper::kAIFF:
+            return "AIFF";
+        case NodeTypesHelper::kWAV:
+            return "WAV";
+        case NodeTypesHelper::kMovie:
+            return "movie";
+        default:
+            return "other";
+    }
+}
+
+std::string counted(std::int64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+class TreePrinter {
+public:
+    TreePrinter(const BrowseOptions& options, std::ostream& out, std::ostream& err)
+        : m_options(options), m_out(out), m_err(err) {}
+
+    int print() {
+        FileNode root(m_options.folder, nullptr, std::nullopt);
+        if (!load(root)) return 1;
+        printLine(m_options.folder, root, 0);
+        printChildren(root, 1);
+        m_out << counted(m_folders, "folder") << ", " << counted(m_loopFiles, "loop file") << '\n';
+        m_out.flush();
+        if (!m_out) report("standard output", "cannot be written");
+        return m_status;
+    }
+
+private:
+    bool load(FileNode& folder) {
+        try {
+            folder.children();
+            return true;
+        } catch (const platform::Exception& failure) {
+            report(terminalText(folder.fullPath()), failure.reason());
+            return false;
+        }
+    }
+
+    /// `level` is that of the children.
+    void printChildren(FileNode& folder, int level) {
+        for (const FileNodeRef& child : folder.children()) {
+            printLine(child->name(), *child, level);
+            if (!child->isContainer() || child->isAlias() || !m_out) continue;
+            if (level == m_options.depth || !load(*child)) continue;
+            printChildren(*child, level + 1);
+            child->sync();
+        }
+    }
+
+    void printLine(std::string_view name, const FileNode& node, int level) {
+        m_out << std::string(2 * static_cast<std::size_t>(level), ' ') << terminalText(name);
+        if (node.isAlias())
+            m_out << " -> " << terminalText(FileNode::resolveAlias(node.fullPath()).value_or("nowhere"));
+        m_out << " [" << nameOfType(node.nodeType()) << "]\n";
+        count(node);
+    }
+
+    void count(const FileNode& node) {
+        const NodeType type = node.nodeType();
+        if (node.isContainer()) ++m_folders;
+        if (type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV) ++m_loopFiles;
+    }
+
+    void report(const std::string& what, const std::string& reason) {
+        m_err << "marl browse: " << what << ": " << reason << '\n';
+        m_status = 1;
+    }
+
+    const BrowseOptions& m_options;
+    std::ostream& m_out;
+    std::ostream& m_err;
+    std::int64_t m_folders = 0;
+    std::int64_t m_loopFiles = 0;
+    int m_status = 0;
+};
+
+}  // namespace
+
+int runBrowse(const BrowseOptions& options, std::ostream& out, std::ostream& err) {
+    return TreePrinter(options, out, err).print();
+}
+
+}  // namespace marl::tool
