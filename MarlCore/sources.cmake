@@ -21,4 +21,7 @@ list(APPEND marl_sources
   Files/browsing/HiddenFileList.cpp
   Files/browsing/NodeTypes.cpp
   Files/browsing/PathNames.cpp
+  Files/conversion/SampleKernels.cpp
+  Files/conversion/SampleKernelsAVX2.cpp
+  Files/conversion/SampleKernelsPortable.cpp
 )
