@@ -8,11 +8,10 @@ namespace platform {
 Exception::Exception(std::string name, std::string reason)
     : m_name(std::move(name)), m_reason(std::move(reason)) {}
 
-void assertParameter(bool holds, const char* condition, std::source_location place) {
+void assertParameter(bool holds, const char* condition, const char* file, int line) {
     if (holds) return;
-    throw Exception(kInternalInconsistencyException, std::string("Invalid parameter not satisfying: ") +
-                                                         condition + " (" + place.file_name() + ":" +
-                                                         std::to_string(place.line()) + ")");
+    throw Exception(kInternalInconsistencyException, std::string("Invalid parameter not satisfying: ") + condition +
+                                                         " (" + file + ":" + std::to_string(line) + ")");
 }
 
 }  // namespace platform

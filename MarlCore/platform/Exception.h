@@ -6,7 +6,6 @@
 #include <MarlCore/platform/Export.h>
 
 #include <exception>
-#include <source_location>
 #include <string>
 
 namespace platform {
@@ -31,7 +30,7 @@ inline constexpr char kInternalInconsistencyException[] = "InternalInconsistency
 
 /// Throws an `Exception` reading "Invalid parameter not satisfying: " and `condition`, followed by the place
 /// of the call, unless `holds`.
-MARLCORE_EXPORT void assertParameter(bool holds, const char* condition,
-                                     std::source_location place = std::source_location::current());
+MARLCORE_EXPORT void assertParameter(bool holds, const char* condition, const char* file = __builtin_FILE(),
+                                     int line = __builtin_LINE());
 
 }  // namespace platform
