@@ -47,7 +47,7 @@ struct SampleKernels {
     SampleKernel reversed24To16;  ///< the same from the opposite byte order
 
     /// value * 2^(bits - 1), rounded in the current mode (by default to nearest, ties to even) and limited to
-    /// what the integer holds: 1.0 gives the largest one. Not a number gives 0.
+    /// what the integer holds: 1.0 gives the largest one. NaN gives 0.
     SampleKernel floatTo16;
     SampleKernel floatTo24;
 

@@ -191,9 +191,8 @@ void reversed24To16(const Byte* in, Byte* out) {
                 _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 5, 4, 8, 7, 11, 10, 14, 13));
 }
 
-// Scaled, limited and rounded. Both limits let pass what is no number (they return their second operand), and
-// the conversion makes 0x80000000 of it: the lower bytes, all that is kept of an integer, are 0 as they must
-// be.
+// Scaled, limited and rounded. Both limits let a NaN pass (they return their second operand), and the
+// conversion makes 0x80000000 of it: the lower bytes, all that is kept of an integer, are 0 as they must be.
 __m256i roundToIntegers(const Byte* in, float fullScale) {
     const __m256 floats = _mm256_castsi256_ps(load32Bytes(in));
     const __m256 scaled = _mm256_mul_ps(floats, _mm256_set1_ps(fullScale));
@@ -201,8 +200,8 @@ __m256i roundToIntegers(const Byte* in, float fullScale) {
     return _mm256_cvtps_epi32(_mm256_max_ps(_mm256_set1_ps(-fullScale), notAbove));
 }
 
-// Gathers the lower halves of integers: not by packing, which would limit what is no number to -32768. This
-// works within lanes and leaves the quarters in the order 0, 2, 1, 3.
+// Gathers the lower halves of integers: not by packing, which would limit the 0x80000000 of a NaN to -32768.
+// This works within lanes and leaves the quarters in the order 0, 2, 1, 3.
 void floatTo16(const Byte* in, Byte* out) {
     const __m256i toLower = _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1,  //
                                              0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1);

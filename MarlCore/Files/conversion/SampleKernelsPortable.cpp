@@ -19,7 +19,7 @@ using Byte = unsigned char;
 
 enum class Order { host, reversed };
 
-// One sample: reads all of `in` before it writes `out`, so the two may be the same.
+// One sample. The reversals read all of `in` before they write `out`, so the two may be the same.
 using OneSample = void (*)(const Byte* in, Byte* out);
 
 template <std::size_t sourceBytes, std::size_t destinationBytes, OneSample convertOne>
@@ -116,9 +116,7 @@ void duplicateOne(const Byte* in, Byte* out) {
 }
 
 void duplicateOne24(const Byte* in, Byte* out) {
-    const std::int32_t sample = load24<Order::host>(in);
-    store24(out, sample);
-    store24(out + 3, sample);
+    for (int i = 0; i < 3; ++i) out[i] = out[3 + i] = in[i];
 }
 
 }  // namespace
