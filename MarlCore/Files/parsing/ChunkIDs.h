@@ -18,6 +18,7 @@ inline const std::string kAIFFAnnotationDataChunkID = "ANNO";
 inline const std::string kAIFFBasicTaggingChunkID = "basc";
 inline const std::string kAIFFTransientsChunkID = "trns";
 inline const std::string kAIFFCategoryChunkID = "cate";
+inline const std::string kAIFFFillerChunkID = "FLLR";
 inline const std::string kMIDIFormat = "MIDI";
 
 inline const std::string kRIFFTag = "RIFF";
