@@ -29,6 +29,9 @@ public:
 
 protected:
     void stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const override;
+
+private:
+    static Layout layoutFor(const IFileParserRef& parser);
 };
 
 }  // namespace marl

@@ -54,11 +54,15 @@ protected:
     /// Makes `head` state `sampleBytes` bytes of samples, which are whole frames.
     virtual void stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const = 0;
 
+    std::size_t bytesPerFrame() const noexcept;
+
 private:
     OutputFile& openFile() const;
-    std::int64_t bytesAfterWriting(unsigned long position, unsigned long count) const;
-    void writeData(std::span<const std::byte> data, std::int64_t offset, std::int64_t newSampleBytes);
-    void fillWithSilence(std::int64_t from, std::int64_t to);
+    std::int64_t endOfSamples(unsigned long position, unsigned long count) const;
+    std::int64_t fileOffset(std::int64_t sampleByte) const noexcept;
+    void writeBody(std::span<const std::byte> samples, std::int64_t start, std::int64_t end);
+    void writeInFileOrder(std::span<const std::byte> samples, std::int64_t start);
+    void fill(std::int64_t from, std::int64_t to, std::byte value);
     void stateSampleBytes(std::int64_t sampleBytes);
 
     std::unique_ptr<OutputFile> m_file;  // null when finished

@@ -26,8 +26,10 @@ protected:
     void stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const override;
 
 private:
+    static Layout layoutFor(const IFileParserRef& parser);
+
     double m_quarterNotes = 0;  // of a loop whose tempo 'acid' states; 0 otherwise
-    double m_bytesPerMinute = 0;
+    double m_framesPerMinute = 0;
 };
 
 }  // namespace marl
