@@ -15,6 +15,15 @@ list(APPEND marl_sources
   foundation/CTimer.cpp
   foundation/CURL.cpp
   foundation/FileUtilities.cpp
+  platform/AudioConverter.cpp
+  platform/AudioStreamBasicDescription.cpp
+  platform/LowPassKernel.cpp
+  platform/PlanarSamples.cpp
+  platform/PolyphaseFilter.cpp
+  platform/PolyphaseKernels.cpp
+  platform/PolyphaseKernelsAvx2.cpp
+  platform/PolyphaseResampler.cpp
+  platform/RateRatio.cpp
   platform/SimdLevel.cpp
   # Files
   Files/browsing/FileNode.cpp
