@@ -22,12 +22,11 @@ CException::CException(ExceptionType type, const char* format, ...) : m_type(typ
     va_end(arguments);
 }
 
-CException& CException::concatMessage(const char* format, ...) {
+void CException::concatMessage(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     appendFormatted(format, arguments);
     va_end(arguments);
-    return *this;
 }
 
 void CException::Throw() const {

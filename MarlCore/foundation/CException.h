@@ -30,8 +30,9 @@ public:
     /// `format` as for printf.
     CException(ExceptionType type, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-    /// Appends printf-formatted text to the message.
-    CException& concatMessage(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// Appends printf-formatted text to the message. Returns nothing: `throw CParamException(...)` with this
+    /// call behind it would throw what a reference to the base returns, a bare `CException`.
+    void concatMessage(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     /// Throws a copy of this object with its own class, so that a handler for a derived class catches it.
     [[noreturn]] virtual void Throw() const;
