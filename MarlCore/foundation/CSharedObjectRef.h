@@ -7,6 +7,7 @@
 #include <MarlCore/foundation/CSharedObject.h>
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <utility>
@@ -60,6 +61,8 @@ public:
     friend bool operator==(const CSharedObjectRef& a, const CSharedObjectRef& b) noexcept {
         return a.mObjectPtr == b.mObjectPtr;
     }
+    /// Compares without a reference in between, which would delete an object that nobody owns yet.
+    friend bool operator==(const CSharedObjectRef& a, const T* b) noexcept { return a.mObjectPtr == b; }
     friend bool operator==(const CSharedObjectRef& a, std::nullptr_t) noexcept {
         return a.mObjectPtr == nullptr;
     }
