@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/CThread.h>
 
-#include <cxxabi.h>
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <sched.h>
 #include <sys/resource.h>
@@ -45,25 +47,37 @@ bool CThread::isThreadRunning() const {
 
 bool CThread::sleepUntilThreadExits(bool askToStop, unsigned int timeoutMilliseconds) {
     std::unique_lock lock(m_stateMutex);
-    if (!m_running) return true;
-    if (::pthread_equal(m_thread, ::pthread_self()))
+    if (m_running && ::pthread_equal(m_thread, ::pthread_self()))
         throw CException(kInternalError, "a thread cannot wait for its own end");
-    if (askToStop) {
+    const unsigned waitedFor = m_starts;
+    if (m_running && askToStop) {
         m_stopRequested.store(true, std::memory_order_release);
         m_stateChanged.notify_all();
         lock.unlock();
         wakeForStop();
         lock.lock();
     }
-    const auto ended = [this] { return !m_running; };
-    if (timeoutMilliseconds != 0)
-        return m_stateChanged.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds), ended);
-    m_stateChanged.wait(lock, ended);
+    // Another caller may have started the thread again before this one wakes.
+    const auto ended = [this, waitedFor] { return !m_running || m_starts != waitedFor; };
+    if (timeoutMilliseconds == 0)
+        m_stateChanged.wait(lock, ended);
+    else if (!m_stateChanged.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds), ended))
+        return false;
+    joinEnded();
     return true;
 }
 
+void CThread::joinEnded() noexcept {
+    if (m_running || !m_joinable) return;
+    // What is left of the thread takes no lock of this object, so that joining under the lock is short.
+    ::pthread_join(m_thread, nullptr);
+    m_joinable = false;
+}
+
 CPThread::~CPThread() {
-    if (!isThreadRunning()) return;
+    const std::lock_guard lock(m_stateMutex);
+    joinEnded();
+    if (!m_running) return;
     std::fputs("MarlCore: a thread object was destroyed while its thread runs\n", stderr);
     std::abort();
 }
@@ -71,19 +85,17 @@ CPThread::~CPThread() {
 void CPThread::createThread() {
     const std::lock_guard lock(m_stateMutex);
     if (m_running) return;
+    joinEnded();
     m_stopRequested.store(false, std::memory_order_release);
     m_failure = nullptr;
-    pthread_attr_t attributes;
-    ::pthread_attr_init(&attributes);
-    ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    const int error = ::pthread_create(&m_thread, &attributes, &CPThread::threadMain, this);
-    ::pthread_attr_destroy(&attributes);
+    const int error = ::pthread_create(&m_thread, nullptr, &CPThread::threadMain, this);
     if (error != 0) {
         CException failure(kInternalError, error);
         failure.concatMessage("failed to create a thread: %s", std::strerror(error));
         throw failure;
     }
-    m_running = true;
+    m_running = m_joinable = true;
+    ++m_starts;
 }
 
 void CPThread::runWithPriority(double priority, int pauseMilliseconds) {
@@ -93,7 +105,7 @@ void CPThread::runWithPriority(double priority, int pauseMilliseconds) {
 }
 
 void CPThread::setPriority(double priority) noexcept {
-    m_priority.store(std::clamp(priority, 0.0, 1.0));
+    m_priority.store(std::isnan(priority) ? kUsualPriority : std::clamp(priority, 0.0, 1.0));
 }
 
 std::exception_ptr CPThread::getFailure() const {
@@ -110,10 +122,11 @@ void* CPThread::threadMain(void* self) {
     try {
         applyPriority(thread->getPriority());
         thread->runUntilStopped();
-    } catch (const abi::__forced_unwind&) {
-        throw;  // CThread::exit: the scopes have been left, the thread ends here
     } catch (...) {
-        thread->keepFailure(std::current_exception());
+        std::exception_ptr failure = std::current_exception();
+        // No C++ exception: CThread::exit is leaving the scopes, and must be let through.
+        if (!failure) throw;
+        thread->keepFailure(std::move(failure));
     }
     return nullptr;
 }
@@ -140,7 +153,7 @@ void CPThread::keepFailure(std::exception_ptr failure) {
 void CPThread::markEnded() noexcept {
     const std::lock_guard lock(m_stateMutex);
     m_running = false;
-    m_stateChanged.notify_all();  // under the lock: the object may go as soon as a waiter has it
+    m_stateChanged.notify_all();
 }
 
 }  // namespace halyard

@@ -22,7 +22,8 @@ public:
 
     bool isThreadRunning() const;
 
-    /// Blocks until the thread has ended, and returns true; at once when none runs.
+    /// Blocks until the thread has ended and left nothing behind, and returns true; at once when none runs.
+    /// A thread that is started again in the meantime is not waited for.
     /// `askToStop`: ask it first to end after the run that is under way; otherwise only wait.
     /// `timeoutMilliseconds`: give up after that time and return false; 0 waits without a limit.
     /// Throws `CException` (internal error) when the thread itself calls it.
@@ -38,10 +39,15 @@ protected:
     /// run can block wakes it here.
     virtual void wakeForStop() {}
 
+    /// For the holder of `m_stateMutex`: takes the ended thread, if there is one, out of the system.
+    void joinEnded() noexcept;
+
     mutable std::mutex m_stateMutex;
     std::condition_variable m_stateChanged;
-    bool m_running = false;  // guarded by m_stateMutex
-    pthread_t m_thread{};    // guarded by m_stateMutex; valid while m_running
+    bool m_running = false;   // guarded by m_stateMutex
+    bool m_joinable = false;  // guarded by m_stateMutex; a thread was started and has not been joined
+    unsigned m_starts = 0;    // guarded by m_stateMutex; tells one started thread from the next
+    pthread_t m_thread{};     // guarded by m_stateMutex; valid while m_joinable
     std::atomic<bool> m_stopRequested{false};
 };
 
@@ -70,8 +76,9 @@ public:
 
     virtual double getPriority() const noexcept { return m_priority.load(); }
 
-    /// 0 to 1, clamped; 0.5 is the usual priority, taken over at the next start. Above it the thread is
-    /// scheduled round robin in real time where the system allows that, below it with a positive nice value.
+    /// 0 to 1, clamped; 0.5 is the usual priority (a NaN stands for it), taken over at the next start. Above
+    /// it the thread is scheduled round robin in real time where the system allows that, below it with a
+    /// positive nice value.
     virtual void setPriority(double priority) noexcept;
 
     /// What ended the last run, or null when nothing did. Starting the thread again clears it. [any thread]
