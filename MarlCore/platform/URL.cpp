@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/platform/URL.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
 namespace platform {
 namespace {
-
-constexpr std::string_view kFileScheme = "file:";
 
 bool isLetter(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -41,16 +40,41 @@ bool hasScheme(std::string_view text) noexcept {
     return false;
 }
 
-/// What follows the scheme and this machine's host name, or nothing for another scheme or host.
-std::optional<std::string_view> escapedPath(std::string_view text) noexcept {
-    if (!text.starts_with(kFileScheme)) return std::nullopt;
-    text.remove_prefix(kFileScheme.size());
+/// Schemes and host names are the same in either case. `lower` is lower-case ASCII.
+bool equalsIgnoringCase(std::string_view text, std::string_view lower) noexcept {
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char a, char b) {
+        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
+    });
+}
+
+/// The parts of a URL that name a file, still escaped (RFC 3986, appendix B); query and fragment name none.
+struct Parts {
+    std::string_view scheme, host, path;
+};
+
+Parts split(std::string_view text) noexcept {
+    Parts parts;
+    text = text.substr(0, text.find_first_of("?#"));
+    if (hasScheme(text)) {
+        parts.scheme = text.substr(0, text.find(':'));
+        text.remove_prefix(parts.scheme.size() + 1);
+    }
     if (text.starts_with("//")) {
         text.remove_prefix(2);
-        if (text.starts_with("localhost/")) text.remove_prefix(std::string_view("localhost").size());
+        parts.host = text.substr(0, text.find('/'));
+        text.remove_prefix(parts.host.size());
     }
-    if (!text.starts_with('/')) return std::nullopt;
-    return text;
+    parts.path = text;
+    return parts;
+}
+
+/// The path of a file URL of this machine, without escapes, or nothing.
+std::optional<std::string> localPath(std::string_view text) {
+    const Parts parts = split(text);
+    const bool isLocal = parts.host.empty() || equalsIgnoringCase(parts.host, "localhost");
+    if (!equalsIgnoringCase(parts.scheme, "file") || !isLocal || !parts.path.starts_with('/'))
+        return std::nullopt;
+    return removePercentEscapes(parts.path);
 }
 
 }  // namespace
@@ -105,21 +129,24 @@ std::string URL::unescapedString() const {
 }
 
 std::optional<std::string> URL::path() const {
-    const auto escaped = escapedPath(m_text);
-    if (!escaped) return std::nullopt;
-    std::string path = removePercentEscapes(*escaped);
-    if (path.find('\0') != std::string::npos) return std::nullopt;
-    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    auto path = localPath(m_text);
+    if (!path || path->find('\0') != std::string::npos) return std::nullopt;
+    while (path->size() > 1 && path->ends_with('/')) path->pop_back();
     return path;
 }
 
 std::string URL::pathExtension() const {
-    std::string_view text = m_text;
-    while (text.ends_with('/')) text.remove_suffix(1);
-    const std::string_view component = text.substr(text.rfind('/') + 1);
+    std::string path = removePercentEscapes(split(m_text).path);
+    while (path.ends_with('/')) path.pop_back();
+    const std::string component = path.substr(path.rfind('/') + 1);
     const std::size_t dot = component.rfind('.');
-    if (dot == std::string_view::npos || dot == 0) return {};
-    return removePercentEscapes(component.substr(dot + 1));
+    return dot == std::string::npos || dot == 0 ? std::string() : component.substr(dot + 1);
+}
+
+bool operator==(const URL& a, const URL& b) {
+    if (a.m_text == b.m_text) return true;
+    const auto path = localPath(a.m_text);
+    return path && path == localPath(b.m_text);
 }
 
 }  // namespace platform

@@ -15,12 +15,13 @@ namespace platform {
 /// back unchanged. [any thread]
 class MARLCORE_EXPORT URL {
 public:
-    /// The file URL of a POSIX path. A relative path is taken from the current folder, at once. The text of a
-    /// directory's URL ends in a slash.
+    /// The file URL of a POSIX path. A relative path is taken from the current folder, at once; throws
+    /// `std::filesystem::filesystem_error` when that folder is gone. The text of a directory's URL ends in a
+    /// slash.
     static URL fromPath(std::string_view path, bool isDirectory);
 
     /// A URL from its text, with percent-escapes. Text without a scheme is taken as the escaped path of a
-    /// file.
+    /// file, as in `fromPath`.
     static URL fromString(std::string_view text);
 
     /// The text, percent-escaped: "file:///loops/Kick%2001.aif".
@@ -29,15 +30,17 @@ public:
     /// The text with its percent-escapes replaced by the bytes that they stand for.
     std::string unescapedString() const;
 
-    /// The POSIX path without a trailing slash ("/" excepted), or nothing when this is no file URL of this
-    /// machine or its path holds a zero byte.
+    /// The POSIX path without a trailing slash ("/" excepted), query and fragment, or nothing when this is no
+    /// file URL of this machine or its path holds a zero byte.
     std::optional<std::string> path() const;
 
-    /// What follows the last dot of the last path component, still without escapes; empty when there is no
-    /// dot or the component begins with its only dot.
+    /// What follows the last dot of the last path component, without escapes; empty when there is no dot or
+    /// the component begins with its only dot.
     std::string pathExtension() const;
 
-    friend bool operator==(const URL&, const URL&) = default;
+    /// True for equal texts, and for two file URLs of this machine that name one path with different escapes
+    /// or host spellings. A folder's URL with its final slash and one without are two URLs.
+    friend MARLCORE_EXPORT bool operator==(const URL& a, const URL& b);
 
 private:
     explicit URL(std::string text);
