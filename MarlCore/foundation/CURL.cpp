@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/CURL.h>
 
+#include <filesystem>
+#include <string>
+
 using halyard::CDataValueRef;
 using halyard::CString;
 using halyard::CStringRef;
@@ -12,16 +15,28 @@ const std::string& textOf(const CStringRef& text, const char* name) {
     return text->getStringRef();
 }
 
+/// What `makeURL` returns. A relative path needs the current folder, which may be gone.
+template <typename MakeURL>
+platform::URL withFileErrors(MakeURL makeURL) {
+    try {
+        return makeURL();
+    } catch (const std::filesystem::filesystem_error& error) {
+        throw halyard::CException(halyard::kFileIOError, error.code().value(), error.what());
+    }
+}
+
 }  // namespace
 
 CURL::CURL(const platform::URL& url) : m_url(url) {}
 
 CURL::CURL(const CStringRef& text, bool isEscaped)
-    : m_url(isEscaped ? platform::URL::fromString(textOf(text, "text"))
-                      : platform::URL::fromString(platform::addPercentEscapes(textOf(text, "text")))) {}
+    : m_url(withFileErrors([&] {
+          const std::string& given = textOf(text, "text");
+          return platform::URL::fromString(isEscaped ? given : platform::addPercentEscapes(given));
+      })) {}
 
 CURL::CURL(const CStringRef& path, PathStyle, bool isDirectory)
-    : m_url(platform::URL::fromPath(textOf(path, "path"), isDirectory)) {}
+    : m_url(withFileErrors([&] { return platform::URL::fromPath(textOf(path, "path"), isDirectory); })) {}
 
 CDataValueRef CURL::getFileSystemPath(PathStyle) const {
     const auto path = m_url.path();

@@ -13,12 +13,14 @@ public:
 
     explicit CURL(const platform::URL& url);
 
-    /// From the text of a URL. `isEscaped` says whether "%XX" in it stands for a byte or for itself.
-    /// Throws `CNullPointerException` for a null text.
+    /// From the text of a URL. `isEscaped` says whether "%XX" in it stands for a byte or for itself. Text
+    /// without a scheme is a path.
+    /// Throws `CNullPointerException` for a null text, `CException` (file error) as for a path.
     CURL(const halyard::CStringRef& text, bool isEscaped);
 
     /// From a path, relative ones being taken from the current folder.
-    /// Throws `CNullPointerException` for a null path.
+    /// Throws `CNullPointerException` for a null path, `CException` (file error) for a relative one when the
+    /// current folder is gone.
     CURL(const halyard::CStringRef& path, PathStyle style, bool isDirectory);
 
     /// The path, as a data value that holds a `CString`; null when the URL has no path on this machine.
