@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/FileUtilities.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -14,9 +15,19 @@ namespace halyard {
 namespace {
 
 std::string folderPath(const CStringRef& folder) {
-    if (folder && folder->getLength() > 0) return folder->getStringRef();
+    if (folder && folder->getLength() > 0) {
+        if (folder->getStringRef().find('\0') != std::string::npos)
+            throw CParamException(kParameterError, "the path of a folder cannot hold a zero byte");
+        return folder->getStringRef();
+    }
     const char* const fromEnvironment = std::getenv("TMPDIR");
     return fromEnvironment && *fromEnvironment ? fromEnvironment : "/tmp";
+}
+
+std::string asFileName(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '/' || c == '\0'; }, '_');
+    return name;
 }
 
 /// 125 bits: enough that two equal draws never happen.
@@ -42,7 +53,7 @@ bool exists(const std::string& path) {
 
 CStringRef FileUtilities::generateTemporaryFileName(const CStringRef& folder, const CStringRef& baseName) {
     throwIfNull(baseName, "baseName");
-    const std::string start = folderPath(folder) + "/" + baseName->getStringRef() + "-";
+    const std::string start = folderPath(folder) + "/" + asFileName(baseName->getStringRef()) + "-";
     std::string path;
     do path = start + randomLetters();
     while (exists(path));
