@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/CBuffer.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 

@@ -7,6 +7,7 @@
 #include <MarlCore/foundation/CDataValue.h>
 
 #include <string>
+#include <string_view>
 
 namespace halyard {
 
