@@ -2,8 +2,17 @@
 list(APPEND marl_sources
   # platform
   platform/AbsoluteTime.cpp
+  platform/AudioConverter.cpp
   platform/AudioStreamBasicDescription.cpp
   platform/Exception.cpp
+  platform/LowPassKernel.cpp
+  platform/PlanarSamples.cpp
+  platform/PolyphaseFilter.cpp
+  platform/PolyphaseKernels.cpp
+  platform/PolyphaseKernelsAvx2.cpp
+  platform/PolyphaseResampler.cpp
+  platform/RateRatio.cpp
+  platform/SimdLevel.cpp
   platform/URL.cpp
   # foundation
   foundation/CBuffer.cpp
@@ -15,17 +24,11 @@ list(APPEND marl_sources
   foundation/CTimer.cpp
   foundation/CURL.cpp
   foundation/FileUtilities.cpp
-  platform/AudioConverter.cpp
-  platform/AudioStreamBasicDescription.cpp
-  platform/LowPassKernel.cpp
-  platform/PlanarSamples.cpp
-  platform/PolyphaseFilter.cpp
-  platform/PolyphaseKernels.cpp
-  platform/PolyphaseKernelsAvx2.cpp
-  platform/PolyphaseResampler.cpp
-  platform/RateRatio.cpp
-  platform/SimdLevel.cpp
   # Files
+  Files/CMemoryFileData.cpp
+  Files/CUnixFileData.cpp
+  Files/IFile.cpp
+  Files/IFileData.cpp
   Files/browsing/FileNode.cpp
   Files/browsing/HiddenFileList.cpp
   Files/browsing/NodeTypes.cpp
@@ -33,4 +36,15 @@ list(APPEND marl_sources
   Files/conversion/SampleKernels.cpp
   Files/conversion/SampleKernelsAVX2.cpp
   Files/conversion/SampleKernelsPortable.cpp
+  Files/parsing/CAIFFileParser.cpp
+  Files/parsing/CWAVFileParser.cpp
+  Files/parsing/IFileParser.cpp
+  Files/parsing/LoopMetadata.cpp
+  Files/streaming/CSharedOffline.cpp
+  Files/writing/CAIFWriter.cpp
+  Files/writing/CSampleFileWriter.cpp
+  Files/writing/CWAVWriter.cpp
+  Files/writing/ChunkBuilderImpl.cpp
+  Files/writing/MetadataImpl.cpp
+  Files/writing/OutputFileImpl.cpp
 )

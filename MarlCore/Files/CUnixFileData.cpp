@@ -76,21 +76,24 @@ long long CUnixFileData::readBytes(long long count, char* buffer) {
     halyard::throwIfNull(buffer, "buffer");
     long long done = 0;
     while (done < count) {
-        const auto left = static_cast<std::size_t>(count - done);
-        std::size_t step;
-        if (left >= Window::kSize) {
-            step = readAt(m_position, {reinterpret_cast<std::byte*>(buffer + done), left});
-        } else {
-            const Window& window = windowAt(m_position);
-            const auto start = static_cast<std::size_t>(m_position - window.start);
-            step = window.holds(m_position) ? std::min(left, window.size - start) : 0;
-            if (step != 0) std::memcpy(buffer + done, window.bytes.data() + start, step);
-        }
+        const std::size_t step =
+            readSome({reinterpret_cast<std::byte*>(buffer + done), static_cast<std::size_t>(count - done)});
         if (step == 0) break;
         done += static_cast<long long>(step);
         m_position += static_cast<long long>(step);
     }
     return done;
+}
+
+/// As many bytes from the read position on as one window holds, or all of a request that is larger than a
+/// window; 0 only at the end of the file.
+std::size_t CUnixFileData::readSome(std::span<std::byte> bytes) {
+    if (bytes.size() >= Window::kSize) return readAt(m_position, bytes);
+    const Window& window = windowAt(m_position);
+    const auto start = static_cast<std::size_t>(m_position - window.start);
+    const std::size_t count = std::min(bytes.size(), window.size - start);
+    std::memcpy(bytes.data(), window.bytes.data() + start, count);
+    return count;
 }
 
 long long CUnixFileData::seek(long long offset, bool relative) {

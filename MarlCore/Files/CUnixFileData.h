@@ -58,6 +58,8 @@ private:
         std::int64_t modificationDate = 0;  // see getFileModificationDate
     };
 
+    std::size_t readSome(std::span<std::byte> bytes);
+    /// A window that begins at or before `offset` and holds the byte there, or an empty one at the end.
     const Window& windowAt(long long offset);
 
     int m_fd = 0;

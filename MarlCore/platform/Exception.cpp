@@ -10,8 +10,9 @@ Exception::Exception(std::string name, std::string reason)
 
 void assertParameter(bool holds, const char* condition, const char* file, int line) {
     if (holds) return;
-    throw Exception(kInternalInconsistencyException, std::string("Invalid parameter not satisfying: ") + condition +
-                                                         " (" + file + ":" + std::to_string(line) + ")");
+    throw Exception(kInternalInconsistencyException, std::string("Invalid parameter not satisfying: ") +
+                                                         condition + " (" + file + ":" +
+                                                         std::to_string(line) + ")");
 }
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 #include <MarlCore/Files/parsing/IFileParser.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -111,14 +112,17 @@ std::vector<IFileParser::TransientStruct> IFileParser::calcSRConvertedTransients
 long long IFileParser::findTag(const std::string& tag) {
     IFileData& file = fileData();
     const long long length = file.getFileLength();
+    long long mark = file.currentMark();
     for (int i = 0; i < kMaximumChunks; ++i) {
-        if (length - file.currentMark() < kChunkHeaderSize) return -1;
-        const bool found = file.read4Char() == tag;
+        if (length - mark < kChunkHeaderSize) return -1;
+        std::array<char, 4> identifier{};
+        file.readBytes(identifier.size(), identifier.data());
         const long long size = file.readUInt32();
-        if (found) return size;
+        if (tag == std::string_view(identifier.data(), identifier.size())) return size;
+        mark += kChunkHeaderSize;
         const long long sizeWithPad = size + size % 2;  // a body of odd size is followed by one pad byte
-        if (sizeWithPad > length - file.currentMark()) return -1;
-        file.advance(sizeWithPad);
+        if (sizeWithPad > length - mark) return -1;
+        mark = file.advance(sizeWithPad);
     }
     return -1;
 }

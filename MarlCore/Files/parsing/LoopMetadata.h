@@ -47,7 +47,7 @@ static_assert(sizeof(BasicTaggingChunk) == 84 && offsetof(BasicTaggingChunk, num
               offsetof(BasicTaggingChunk, fileType) == 16 && offsetof(BasicTaggingChunk, reserved) == 18);
 
 /// One search keyword in UTF-8, padded with zero bytes; one of exactly 50 bytes has no zero byte.
-struct Keyword {
+struct MARLCORE_EXPORT Keyword {
     static constexpr std::size_t kSize = 50;
     std::array<char, kSize> text{};
 
