@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The metadata of a loop as JSON, and in the words of a musician.
+#pragma once
+
+#include "marl/LoopFile.h"
+#include "marl/Output.h"
+
+#include <optional>
+
+namespace marl::tool {
+
+/// All fields of `marl info --json` for one file, in their fixed order.
+json infoJSON(const std::string& path, const LoopFile& loop);
+
+/// Quarter notes a minute; nothing for a one-shot and for a loop without beats or samples.
+std::optional<double> tempoOf(const IFileParser& parser);
+
+/// "AIFF" or "WAV".
+std::string containerOf(const LoopFile& loop);
+
+/// The keyword's text; bytes that are no UTF-8 are taken as Mac Roman, as in the text chunks of the format.
+std::string keywordText(const tagging::Keyword& keyword);
+
+}  // namespace marl::tool
