@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "LoopFileTarget.h"
+
+#include <MarlCore/Files/CMemoryFileData.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace fuzz {
+namespace {
+
+void require(bool holds, const char* what) {
+    if (holds) return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::abort();
+}
+
+/// One file in memory, used again and again; it opens by path like any other file.
+class MemoryFile {
+public:
+    MemoryFile() : m_fd(::memfd_create("fuzz", MFD_CLOEXEC)) { require(m_fd >= 0, "memfd_create"); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+    ~MemoryFile() { ::close(m_fd); }
+
+    void assign(const std::uint8_t* bytes, std::size_t size) const {
+        require(::ftruncate(m_fd, 0) == 0, "ftruncate");
+        require(::pwrite(m_fd, bytes, size, 0) == static_cast<ssize_t>(size), "pwrite");
+    }
+    CURLRef url() const {
+        return CURLRef(
+            new CURL(halyard::CSTR("/proc/self/fd/" + std::to_string(m_fd)), CURL::kPOSIXPathStyle, false));
+    }
+
+private:
+    int m_fd;
+};
+
+void readAllSamples(marl::IFileData& data, std::uint32_t channels) {
+    int frames = 0;
+    data.getSampleConversion(nullptr, &frames, nullptr, nullptr);
+    int last = -1;
+    const auto* const samples = static_cast<const unsigned char*>(data.readSamples(0, 0, &last, true));
+    require(last + 1 == frames * static_cast<int>(channels) || !samples, "the whole stream is there");
+    // Touches the first and the last sample, so that the sanitizers see where they lie.
+    unsigned sum = 0;
+    if (samples) sum += samples[0];
+    if (samples) sum += *static_cast<const unsigned char*>(data.readSamples(last, last + 1, &last, true));
+    asm volatile("" : : "r"(sum));
+}
+
+void convertTo(marl::IFileData& data, const marl::IFileParser& parser, double sampleRate,
+               std::uint32_t bits) {
+    marl::IFileParser::FormatInfo format;
+    parser.getFormatInfo(format);
+    const std::uint32_t channels = format.mChannelsPerFrame == 1 && bits != 24 ? 2 : format.mChannelsPerFrame;
+    try {
+        data.setSampleConversion(format, static_cast<int>(parser.getLengthInFrames()),
+                                 parser.getSampleOffset(),
+                                 platform::makeHostFormat(sampleRate, channels, bits));
+        readAllSamples(data, channels);
+    } catch (const halyard::CParamException&) {
+    } catch (const halyard::CException& exception) {
+        require(exception.getType() == halyard::kParameterError, exception.what());
+    }
+}
+
+void checkPicture(const marl::IFileParser& parser, long long fileLength) {
+    require(parser.getSampleLengthInBytes() >= 0, "a length is not negative");
+    require(
+        parser.getSampleLengthInBytes() == 0 ||
+            parser.getSampleOffset() + static_cast<long long>(parser.getSampleLengthInBytes()) <= fileLength,
+        "the samples lie in the file");
+    require(parser.getTransients().size() <= marl::IFileParser::kMaximumTransients + 1,
+            "slice points are bounded");
+    for (const auto& transient : parser.getTransients())
+        require(transient.position <= parser.getLengthInFrames(), "slice points lie in the loop");
+    parser.getNumberOfBeats();
+}
+
+void parseAndRead(marl::IFileData& data, marl::IFileParser& parser) {
+    parser.parse(marl::IFileParser::kParseAll);
+    checkPicture(parser, data.getFileLength());
+    marl::IFileParser::FormatInfo format;
+    parser.getFormatInfo(format);
+    for (const std::uint32_t bits : {16u, 24u, 32u}) convertTo(data, parser, format.mSampleRate, bits);
+    // A change of rate of a short file only, so that a run stays short.
+    constexpr double kRate = 48000;
+    if (static_cast<double>(parser.getLengthInFrames()) / format.mSampleRate * kRate < 5000)
+        convertTo(data, parser, kRate, 32);
+}
+
+}  // namespace
+
+void runLoopFile(const std::uint8_t* bytes, std::size_t size, bool bigEndian, ParserMaker makeParser) {
+    static const MemoryFile file;
+    file.assign(bytes, size);
+    const marl::IFileDataRef data(new marl::CMemoryFileData(file.url(), false, bigEndian));
+    const marl::IFileParserRef parser = makeParser(data);
+    try {
+        parseAndRead(*data, *parser);
+        require(parser->verifyFile() == (parser->getLengthInFrames() > 0), "what parses verifies");
+    } catch (const halyard::CParamException&) {
+        require(!parser->verifyFile(), "what is refused does not verify");
+    }
+}
+
+}  // namespace fuzz
