@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: MIT
+# What the scripts share: the packages that a bare Debian 12 lacks, and the build of one preset.
+
+# Packages to build the program; and those that its tests, benchmarks and fuzzers need beside them.
+build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libpng-dev"
+test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev clang clang-format"
+
+# install_missing PACKAGE...: installs what is not there yet, and says so.
+install_missing() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  echo "installing: ${missing[*]}" >&2
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  "${as_root[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build_preset PRESET [cmake option...]
+build_preset() {
+  local preset=$1
+  shift
+  cmake --preset "$preset" "$@" >/dev/null
+  cmake --build --preset "$preset"
+}
