@@ -88,10 +88,9 @@ void parseAndRead(marl::IFileData& data, marl::IFileParser& parser) {
     marl::IFileParser::FormatInfo format;
     parser.getFormatInfo(format);
     for (const std::uint32_t bits : {16u, 24u, 32u}) convertTo(data, parser, format.mSampleRate, bits);
-    // A change of rate of a short file only, so that a run stays short.
-    constexpr double kRate = 48000;
-    if (static_cast<double>(parser.getLengthInFrames()) / format.mSampleRate * kRate < 5000)
-        convertTo(data, parser, kRate, 32);
+    // A change of rate is dear under instrumentation: at one ratio only, and for a few of the files.
+    const bool fewOfThem = data.getFileLength() % 64 == 0 && parser.getLengthInFrames() % 16 == 3;
+    if (fewOfThem && format.mSampleRate == 44100) convertTo(data, parser, 48000, 32);
 }
 
 }  // namespace
