@@ -10,7 +10,7 @@ namespace {
 
 // A block is large enough that the calls around it cost nothing, and small enough for the first-level cache.
 constexpr std::int64_t kBlockOutputFrames = 2048;
-constexpr std::int64_t kBlockInputFrames = 4096;
+constexpr std::int64_t kBlockInputFrames = 2048;
 
 std::optional<SampleType> sampleTypeOf(const AudioStreamBasicDescription& format) {
     switch (format.mBitsPerChannel) {
@@ -36,8 +36,8 @@ std::int64_t chooseBlockFrames(const PolyphaseFilter& filter) {
     const RateRatio ratio = filter.ratio();
     const std::int64_t byInput = kBlockInputFrames * ratio.outputFrames / ratio.inputFrames;
     const std::int64_t limit = std::clamp<std::int64_t>(byInput, 2, kBlockOutputFrames);
-    const std::int64_t periods = filter.isPeriodic() ? 3 * 2 * filter.pairsPerPeriod() : 2;
-    return std::max<std::int64_t>(limit / periods, 1) * periods;
+    const std::int64_t unit = filter.isPeriodic() ? 3 * filter.outputsPerPeriod() : 2;
+    return std::max<std::int64_t>(limit / unit, 1) * unit;
 }
 
 }  // namespace

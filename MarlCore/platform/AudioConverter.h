@@ -41,9 +41,9 @@ using AudioConverterInputProc = std::int32_t (*)(AudioConverter* converter, std:
 /// before the first and after the last frame is silence. So the output has no end of its own: the caller
 /// knows how long the converted stream is and asks for no more.
 ///
-/// The result does not depend on the sizes of fills and grants. Memory: the filter (at most 0.7 MiB, shared
-/// between converters of one ratio), and some 100 KiB for stereo, in proportion to channels and, beyond 2:1,
-/// to the ratio. [one thread at a time]
+/// The result does not depend on the sizes of fills and grants. Memory: the filter (at most half a MiB,
+/// shared between converters of one ratio), and some 100 KiB for stereo, in proportion to channels and,
+/// beyond 2:1, to the ratio. [one thread at a time]
 class MARLCORE_EXPORT AudioConverter {
 public:
     static constexpr std::uint32_t kMaxChannels = 64;

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
-#include <numeric>
+#include <vector>
 
 namespace platform {
 namespace {
@@ -43,11 +43,13 @@ PolyphaseFilter::PolyphaseFilter(RateRatio ratio)
     const std::size_t largestStep = (ratio.inputFrames + ratio.outputFrames - 1) / ratio.outputFrames;
     m_rowLength = roundUp(tapCount() + largestStep, kRowAlignment);  // of a pair, whose rows are a step apart
 
-    const std::int64_t periods = ratio.outputFrames % 2 == 0 ? 1 : 2;  // a period is a whole number of pairs
-    const std::int64_t rows = periods * ratio.outputFrames;
-    if (rows <= static_cast<std::int64_t>(kLargestBank / sizeof(float) / m_rowLength)) {
-        m_pairsPerPeriod = rows / 2;
-        m_inputsPerPeriod = periods * ratio.inputFrames;
+    // Where the useless row of an odd period would count, two periods are taken for one.
+    const std::int64_t repeats = ratio.outputFrames % 2 == 1 && ratio.outputFrames < 16 ? 2 : 1;
+    const std::int64_t largestPeriod =
+        static_cast<std::int64_t>(kLargestBank / sizeof(float) / m_rowLength) - 1;
+    if (repeats * ratio.outputFrames <= largestPeriod) {
+        m_outputsPerPeriod = repeats * ratio.outputFrames;
+        m_inputsPerPeriod = repeats * ratio.inputFrames;
         buildPeriod();
     } else {
         m_rowLength = roundUp(tapCount(), kRowAlignment);
@@ -67,12 +69,12 @@ PolyphaseFilter::Position PolyphaseFilter::positionOf(std::int64_t outputFrame) 
 }
 
 std::int64_t PolyphaseFilter::firstInput(std::int64_t outputFrame) const noexcept {
-    const std::int64_t start = isPeriodic() ? outputFrame / 2 * 2 : outputFrame;
-    return positionOf(start).nearest - static_cast<std::int64_t>(m_halfLength);
+    const std::int64_t isSecond = isPeriodic() ? outputFrame % m_outputsPerPeriod % 2 : 0;
+    return positionOf(outputFrame - isSecond).nearest - static_cast<std::int64_t>(m_halfLength);
 }
 
 const float* PolyphaseFilter::pairRows(std::int64_t pair) const noexcept {
-    return m_bank.data() + static_cast<std::size_t>(pair % m_pairsPerPeriod) * 2 * m_rowLength;
+    return m_bank.data() + static_cast<std::size_t>(2 * pair) * m_rowLength;
 }
 
 // The weights of the input frames from `m_halfLength` before to `m_halfLength` after the nearest one.
@@ -91,9 +93,10 @@ void PolyphaseFilter::sampleKernel(double offset, std::span<float> taps) const {
 }
 
 void PolyphaseFilter::buildPeriod() {
-    m_bank.resize(static_cast<std::size_t>(2 * m_pairsPerPeriod) * m_rowLength);
-    for (std::int64_t output = 0; output < 2 * m_pairsPerPeriod; ++output) {
+    m_bank.resize(static_cast<std::size_t>(2 * pairsPerPeriod()) * m_rowLength);
+    for (std::int64_t output = 0; output < m_outputsPerPeriod; ++output) {
         const Position position = positionOf(output);
+        if (output % 2 == 0) m_pairStarts.push_back(firstInput(output));
         const std::int64_t shift = position.nearest - positionOf(output / 2 * 2).nearest;
         const std::size_t begin =
             static_cast<std::size_t>(output) * m_rowLength + static_cast<std::size_t>(shift);

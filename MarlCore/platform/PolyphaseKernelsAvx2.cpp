@@ -13,6 +13,13 @@ MARLCORE_BEGIN_TARGET("avx2,fma")
 namespace platform::avx2 {
 namespace {
 
+// Keeps the compiler from loading a vector again for each use of it.
+inline __m256 loadOnce(const float* address) {
+    __m256 vector = _mm256_loadu_ps(address);
+    __asm__("" : "+x"(vector));
+    return vector;
+}
+
 // The sum of a vector: ((0 + 1) + (2 + 3)) + ((4 + 5) + (6 + 7)), four vectors at once.
 inline __m128 sumsOf(__m256 a, __m256 b, __m256 c, __m256 d) {
     const __m256 quarters = _mm256_hadd_ps(_mm256_hadd_ps(a, b), _mm256_hadd_ps(c, d));
@@ -42,11 +49,10 @@ void dot(const float* rows, std::size_t length, const float* const* streams, flo
     for (std::size_t i = 0; i < length; i += 8) {
         __m256 weights[Rows];
 #pragma GCC unroll 3
-        for (std::size_t r = 0; r < Rows; ++r) weights[r] = _mm256_loadu_ps(rows + r * length + i);
+        for (std::size_t r = 0; r < Rows; ++r) weights[r] = loadOnce(rows + r * length + i);
 #pragma GCC unroll 6
         for (std::size_t s = 0; s < Streams; ++s) {
-            __m256 samples = _mm256_loadu_ps(streams[s] + i);
-            __asm__("" : "+x"(samples));  // keeps the compiler from loading it again for each multiply-add
+            const __m256 samples = loadOnce(streams[s] + i);
 #pragma GCC unroll 3
             for (std::size_t r = 0; r < Rows; ++r) {
                 totals[s * Rows + r] = _mm256_fmadd_ps(weights[r], samples, totals[s * Rows + r]);

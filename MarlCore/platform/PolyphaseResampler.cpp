@@ -4,6 +4,7 @@
 #include <MarlCore/platform/PolyphaseKernels.h>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace platform {
@@ -13,15 +14,24 @@ namespace {
 // sums where they belong.
 class Tile {
 public:
-    Tile(const PolyphaseKernels& kernels, std::size_t rowLength, std::int64_t count) noexcept
-        : m_kernels(kernels), m_rowLength(rowLength), m_frames(count) {}
+    enum class Wanted { none, first, second, both };
+
+    // The sum of a stream and the first row goes to `output[frame]`, that of the second to the next frame, if
+    // wanted.
+    struct Target {
+        float* output;
+        std::int64_t frame;
+        Wanted wanted;
+    };
+
+    Tile(const PolyphaseKernels& kernels, std::size_t rowLength) noexcept
+        : m_kernels(kernels), m_rowLength(rowLength) {}
 
     void setRows(const float* rows) noexcept { m_rows = rows; }
 
-    // The sums of `stream` with the two rows are frames `frame` and `frame + 1` of `output`, if it has these.
-    void add(const float* stream, float* output, std::int64_t frame) noexcept {
+    void add(const float* stream, Target target) noexcept {
         m_streams[m_count] = stream;
-        m_targets[m_count] = {output, frame};
+        m_targets[m_count] = target;
         if (++m_count == PolyphaseKernels::kMaxStreamsOfTwo) flush();
     }
 
@@ -30,27 +40,34 @@ public:
         float sums[PolyphaseKernels::kMaxStreamsOfTwo][2];
         m_kernels.dotTwo(m_rows, m_rowLength, m_streams, m_count, sums);
         for (std::size_t i = 0; i < m_count; ++i) {
-            const auto [output, frame] = m_targets[i];
-            if (frame >= 0) output[frame] = sums[i][0];
-            if (frame + 1 < m_frames) output[frame + 1] = sums[i][1];
+            const auto [output, frame, wanted] = m_targets[i];
+            if (wanted == Wanted::both) {
+                std::memcpy(output + frame, sums[i], sizeof sums[i]);
+            } else if (wanted == Wanted::first) {
+                output[frame] = sums[i][0];
+            } else {
+                output[frame + 1] = sums[i][1];
+            }
         }
         m_count = 0;
     }
 
 private:
-    struct Target {
-        float* output;
-        std::int64_t frame;
-    };
-
     const PolyphaseKernels& m_kernels;
     std::size_t m_rowLength;
-    std::int64_t m_frames;  // of output
     const float* m_rows = nullptr;
     std::size_t m_count = 0;
     const float* m_streams[PolyphaseKernels::kMaxStreamsOfTwo];
     Target m_targets[PolyphaseKernels::kMaxStreamsOfTwo];
 };
+
+// What is wanted of a pair whose first frame is `frame`, when frames 0 to count - 1 are.
+Tile::Wanted wantedOf(std::int64_t frame, std::int64_t count, bool hasSecond) noexcept {
+    const bool first = frame >= 0 && frame < count;
+    const bool second = hasSecond && frame >= -1 && frame + 1 < count;
+    if (first) return second ? Tile::Wanted::both : Tile::Wanted::first;
+    return second ? Tile::Wanted::second : Tile::Wanted::none;
+}
 
 }  // namespace
 
@@ -85,19 +102,25 @@ void PolyphaseResampler::process(std::int64_t firstOutput, std::int64_t count,
     m_filter->isPeriodic() ? processPeriodic(job) : processInterpolated(job);
 }
 
-// Pairs that share their rows are done together, whatever period and channel they are of.
+// Output frames that share their rows, a period apart, are done together, and so are the channels.
 void PolyphaseResampler::processPeriodic(const Job& job) const noexcept {
-    const std::int64_t firstPair = job.firstOutput / 2;
-    const std::int64_t endPair = (job.firstOutput + job.count + 1) / 2;
-    const std::int64_t period = m_filter->pairsPerPeriod();
-    Tile tile(m_kernels, m_filter->rowLength(), job.count);
-    for (std::int64_t start = firstPair; start < std::min(endPair, firstPair + period); ++start) {
-        tile.setRows(m_filter->pairRows(start));
-        std::int64_t position = m_filter->firstInput(2 * start) - job.firstInput;
-        for (std::int64_t pair = start; pair < endPair; pair += period) {
-            for (std::size_t c = 0; c < job.inputs.size(); ++c) {
-                tile.add(job.inputs[c] + position, job.outputs[c], 2 * pair - job.firstOutput);
+    const std::int64_t period = m_filter->outputsPerPeriod();
+    const std::int64_t firstPeriod = job.firstOutput / period;
+    const std::int64_t lastPeriod = (job.firstOutput + job.count - 1) / period;
+    const std::int64_t firstFrame = firstPeriod * period - job.firstOutput;
+    const std::int64_t firstPosition = firstPeriod * m_filter->inputsPerPeriod() - job.firstInput;
+    Tile tile(m_kernels, m_filter->rowLength());
+    for (std::int64_t pair = 0; pair < m_filter->pairsPerPeriod(); ++pair) {
+        tile.setRows(m_filter->pairRows(pair));
+        std::int64_t frame = firstFrame + 2 * pair;
+        std::int64_t position = firstPosition + m_filter->pairStart(pair);
+        const bool hasSecond = 2 * pair + 1 < period;
+        for (std::int64_t i = firstPeriod; i <= lastPeriod; ++i) {
+            const Tile::Wanted wanted = wantedOf(frame, job.count, hasSecond);
+            for (std::size_t c = 0; c < job.inputs.size() && wanted != Tile::Wanted::none; ++c) {
+                tile.add(job.inputs[c] + position, {job.outputs[c], frame, wanted});
             }
+            frame += period;
             position += m_filter->inputsPerPeriod();
         }
         tile.flush();

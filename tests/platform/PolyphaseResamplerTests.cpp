@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <numeric>
 
 namespace platform {
@@ -123,6 +124,20 @@ TEST(PolyphaseFilter, IsSharedAndBounded) {
     for (std::uint32_t i = 0; i < PolyphaseFilter::kRemembered; ++i)
         PolyphaseFilter::shared({100 + 2 * i, 101});
     EXPECT_EQ(filter.use_count(), 1);
+}
+
+TEST(PolyphaseFilter, IsSharedBetweenThreads) {
+    const auto input = noise(600, 61);
+    const auto convertAll = [&] {
+        std::vector<std::vector<float>> outputs;
+        for (const auto& [from, to] : kRatios)
+            outputs.push_back(resample(makeResampler(from, to), input, 0, 100));
+        return outputs;
+    };
+    std::vector<std::future<std::vector<std::vector<float>>>> threads;
+    for (int i = 0; i < 4; ++i) threads.push_back(std::async(std::launch::async, convertAll));
+    const auto expected = convertAll();
+    for (auto& thread : threads) EXPECT_EQ(thread.get(), expected);
 }
 
 TEST(RateRatio, IsExactForWholeHertzAndCloseOtherwise) {
