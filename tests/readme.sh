@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Pastes what the README shows: saves its C++ block as beats.cpp, makes demo-loops/, and runs every "$ command" of its
+# console blocks, whose output must be the one that stands there. `readme.sh SOURCE_DIR BUILD_DIR`
+set -uo pipefail
+source_dir=$1
+build_dir=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+
+mkdir -p build
+ln -s "$build_dir" build/release
+ln -s "$source_dir/MarlCore" MarlCore
+ln -s "$source_dir/README.md" README.md
+build/release/bin/marl-loopmaker demo-loops >/dev/null || exit 1
+awk '/^```cpp$/ {inside = 1; next} /^```$/ {inside = 0} inside' README.md >beats.cpp
+
+# One console line after the other; \001 marks the commands.
+mapfile -t lines < <(awk '/^```console$/ {inside = 1; next} /^```$/ {if (inside) print "\001"; inside = 0}
+                          inside {if (sub(/^\$ /, "")) print "\001" $0; else print}' README.md)
+
+commands=0 failures=0 command='' expected=''
+check() {
+  [ -n "$command" ] || return 0
+  commands=$((commands + 1))
+  local shown
+  shown=$(bash -c "$command" 2>&1)
+  if [ "$shown" != "${expected%$'\n'}" ]; then
+    failures=$((failures + 1))
+    printf '$ %s\n-- the README shows\n%s\n-- it prints\n%s\n' "$command" "${expected%$'\n'}" "$shown"
+  fi
+}
+for line in "${lines[@]}"; do
+  if [[ $line == $'\001'* ]]; then
+    check
+    command=${line#$'\001'}
+    expected=''
+  else
+    expected+=$line$'\n'
+  fi
+done
+check
+echo "$commands commands, $failures failures"
+[ "$commands" -ge 5 ] && [ "$failures" -eq 0 ]
