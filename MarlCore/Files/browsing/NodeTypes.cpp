@@ -100,21 +100,39 @@ CatalogInfo::Kind kindOf(const struct stat& status) noexcept {
     return CatalogInfo::Kind::kOther;
 }
 
-CatalogInfo catalogInfoOf(const char* path) noexcept {
+/// Everything but the type code.
+CatalogInfo statusOf(const char* path) noexcept {
     CatalogInfo info;
     struct stat status {};
     if (::lstat(path, &status) != 0) return info;
     info.isAlias = S_ISLNK(status.st_mode);
     if (info.isAlias && ::stat(path, &status) != 0) return info;
     info.kind = kindOf(status);
-    if (info.kind != CatalogInfo::Kind::kOther) info.typeCode = typeCodeOfItem(path);
     return info;
+}
+
+void readTypeCode(const char* path, CatalogInfo& info) noexcept {
+    const bool hasOne = info.kind == CatalogInfo::Kind::kFile || info.kind == CatalogInfo::Kind::kFolder;
+    if (hasOne) info.typeCode = typeCodeOfItem(path);
+}
+
+NodeType nodeTypeOfItem(const char* path) noexcept {
+    CatalogInfo info = statusOf(path);
+    const bool extensionDecides =
+        info.kind == CatalogInfo::Kind::kFile && nodeTypeFromExtension(path) != NodeTypesHelper::kUnknown;
+    if (!extensionDecides) readTypeCode(path, info);
+    return NodeTypesHelper::nodeTypeFromCatalogInfo(info, path);
+}
+
+/// The system would see only what precedes a zero byte: another item, perhaps one that exists.
+bool holdsZeroByte(const std::string& path) noexcept {
+    return path.find('\0') != std::string::npos;
 }
 
 }  // namespace
 
 NodeType NodeTypesHelper::nodeTypeFromPath(const std::string& path) noexcept {
-    return nodeTypeFromCatalogInfo(catalogInfo(path), path);
+    return holdsZeroByte(path) ? nodeTypeFromCatalogInfo({}, path) : nodeTypeOfItem(path.c_str());
 }
 
 NodeType NodeTypesHelper::nodeTypeFromCatalogInfo(const CatalogInfo& info, std::string_view path) noexcept {
@@ -129,15 +147,16 @@ NodeType NodeTypesHelper::nodeTypeFromCatalogInfo(const CatalogInfo& info, std::
         case CatalogInfo::Kind::kFile:
             break;
     }
-    if (isSpecialFolderCode(info.typeCode)) return kSpecialFolder;
-    const NodeType fromTypeCode = nodeTypeFromTypeCode(info.typeCode);
-    return fromTypeCode != kUnknown ? fromTypeCode : nodeTypeFromExtension(path);
+    if (const NodeType fromExtension = nodeTypeFromExtension(path); fromExtension != kUnknown)
+        return fromExtension;
+    return isSpecialFolderCode(info.typeCode) ? kSpecialFolder : nodeTypeFromTypeCode(info.typeCode);
 }
 
 CatalogInfo NodeTypesHelper::catalogInfo(const std::string& path) noexcept {
-    // The system would see only what precedes a zero byte: another item, perhaps one that exists.
-    if (path.find('\0') != std::string::npos) return {};
-    return catalogInfoOf(path.c_str());
+    if (holdsZeroByte(path)) return {};
+    CatalogInfo info = statusOf(path.c_str());
+    readTypeCode(path.c_str(), info);
+    return info;
 }
 
 bool NodeTypesHelper::isFilePackage(std::string_view path) noexcept {
@@ -147,6 +166,5 @@ bool NodeTypesHelper::isFilePackage(std::string_view path) noexcept {
 }  // namespace marl
 
 std::int16_t NodeTypesGetNodeType(const char* path) {
-    if (!path) return marl::NodeTypesHelper::kUnknown;
-    return marl::NodeTypesHelper::nodeTypeFromCatalogInfo(marl::catalogInfoOf(path), path);
+    return path ? marl::nodeTypeOfItem(path) : marl::NodeTypesHelper::kUnknown;
 }

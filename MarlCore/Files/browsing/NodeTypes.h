@@ -40,15 +40,14 @@ struct CatalogInfo {
 
 /// Classifies items.
 ///
-/// A type code counts before the extension: it is set on purpose, while an extension may be an accident of
-/// renaming. It is read from the extended attributes that carry it on Linux: the first four bytes of
-/// `user.com.apple.FinderInfo` or, on a mounted HFS+ volume, `osx.com.apple.FinderInfo`; the value of
-/// `user.hfs.type` or, on a mounted HFS volume, `hfs.type`. Extensions are compared without regard to the
-/// case of the letters A to Z.
+/// A known extension counts before a type code: it is what a user sees. Type codes are read from the extended
+/// attributes that carry them on Linux: the first four bytes of `user.com.apple.FinderInfo` or, on a mounted
+/// HFS+ volume, `osx.com.apple.FinderInfo`; the value of `user.hfs.type` or, on a mounted HFS volume,
+/// `hfs.type`. Extensions are compared without regard to the case of the letters A to Z.
 ///
-/// No file is ever opened, so a pipe or device cannot hold the caller up; a path costs one stat and one look
-/// at the list of attributes (one more stat for a link, one read for an item that carries a type code). [any
-/// thread], nothing throws.
+/// No file is ever opened, so a pipe or device cannot hold the caller up. A path costs one stat, one more for
+/// a link, and a look at the list of attributes unless it is a file with a known extension. [any thread],
+/// nothing throws.
 class MARLCORE_EXPORT NodeTypesHelper {
 public:
     static constexpr NodeType kFolder = 1;
@@ -64,9 +63,11 @@ public:
     static NodeType nodeTypeFromPath(const std::string& path) noexcept;
 
     /// The type of an item named `path` (the last component is enough) that has these attributes:
-    /// - a type code of the system's special folders makes any file or folder a special folder;
+    /// - a type code of the system's special folders makes a folder a special folder, and a file whose
+    /// extension is
+    ///   not known too;
     /// - a folder is a folder, whatever its name, unless it is a package: those count as files;
-    /// - a file has the type that its type code names, else the one that its extension names. For a folder
+    /// - a file has the type that its extension names, else the one that its type code names. For a folder
     ///   other codes mean nothing, since its attribute holds the place of its window in their stead;
     /// - a pipe, socket or device and a link that leads nowhere are unknown, whatever their names.
     static NodeType nodeTypeFromCatalogInfo(const CatalogInfo& info, std::string_view path) noexcept;

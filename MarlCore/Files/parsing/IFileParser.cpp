@@ -64,6 +64,7 @@ bool IFileParser::hasMidiChunk() {
 
 void IFileParser::preparse() {
     if (m_preparsed) return;
+    m_chunks.clear();  // of a file that was refused
     m_headerOffset = findHeaderAndReturnOffset();
     findFormatInfo();
     findSampleOffset();
@@ -110,21 +111,36 @@ std::vector<IFileParser::TransientStruct> IFileParser::calcSRConvertedTransients
 }
 
 long long IFileParser::findTag(const std::string& tag) {
-    IFileData& file = fileData();
-    const long long length = file.getFileLength();
-    long long mark = file.currentMark();
     for (int i = 0; i < kMaximumChunks; ++i) {
-        if (length - mark < kChunkHeaderSize) return -1;
-        std::array<char, 4> identifier{};
-        file.readBytes(identifier.size(), identifier.data());
-        const long long size = file.readUInt32();
-        if (tag == std::string_view(identifier.data(), identifier.size())) return size;
-        mark += kChunkHeaderSize;
-        const long long sizeWithPad = size + size % 2;  // a body of odd size is followed by one pad byte
-        if (sizeWithPad > length - mark) return -1;
-        mark = file.advance(sizeWithPad);
+        const std::optional<ChunkPlace> chunk = readChunkHeader();
+        if (!chunk) return -1;
+        if (chunk->is(tag)) return chunk->size;
+        if (!stepOver(*chunk)) return -1;
     }
     return -1;
+}
+
+/// The chunk whose header is at the read position, which moves to its first data byte; nothing where the file
+/// ends before.
+std::optional<IFileParser::ChunkPlace> IFileParser::readChunkHeader() {
+    IFileData& file = fileData();
+    const long long mark = file.currentMark();
+    if (file.getFileLength() - mark < kChunkHeaderSize) return std::nullopt;
+    ChunkPlace chunk;
+    file.readBytes(static_cast<long long>(chunk.identifier.size()), chunk.identifier.data());
+    chunk.size = file.readUInt32();
+    chunk.dataOffset = mark + kChunkHeaderSize;
+    return chunk;
+}
+
+/// Moves from the first data byte of `chunk` to the next chunk; false when its size reaches past the end of
+/// the file.
+bool IFileParser::stepOver(const ChunkPlace& chunk) {
+    const long long sizeWithPad =
+        chunk.size + chunk.size % 2;  // a body of odd size is followed by one pad byte
+    if (sizeWithPad > fileData().getFileLength() - chunk.dataOffset) return false;
+    fileData().advance(sizeWithPad);
+    return true;
 }
 
 void IFileParser::deriveNumberOfBeatsAndRootNote(double seconds) {
@@ -175,8 +191,29 @@ IFileData& IFileParser::fileData() const {
 }
 
 long long IFileParser::findTagFromStart(const std::string& tag) {
+    if (m_chunks.empty()) listChunks();
+    for (const ChunkPlace& chunk : m_chunks) {
+        if (!chunk.is(tag)) continue;
+        fileData().seek(chunk.dataOffset, false);
+        return chunk.size;
+    }
+    return -1;
+}
+
+void IFileParser::listChunks() {
     fileData().seek(getOffsetToData(), false);
-    return findTag(tag);
+    m_chunks.reserve(16);  // more than most files have
+    while (m_chunks.size() < kMaximumChunks) {
+        const std::optional<ChunkPlace> chunk = readChunkHeader();
+        if (!chunk) return;
+        m_chunks.push_back(*chunk);
+        if (!stepOver(*chunk)) return;
+    }
+}
+
+void IFileParser::setFileDataRef(const IFileDataRef& fileData) {
+    m_fileData = fileData;
+    m_chunks.clear();
 }
 
 long long IFileParser::bytesAvailable(long long size) const {

@@ -7,6 +7,8 @@
 #include <MarlCore/Files/parsing/LoopMetadata.h>
 #include <MarlCore/foundation/CString.h>
 
+#include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -166,12 +168,13 @@ public:
     /// Whole frames in the sample data.
     long long getLengthInFrames() const noexcept;
 
-    void setFileDataRef(const IFileDataRef& fileData) { m_fileData = fileData; }
+    /// What was parsed stays; what is parsed from now on is read through `fileData`.
+    void setFileDataRef(const IFileDataRef& fileData);
 
 protected:
     IFileData& fileData() const;
 
-    /// Searches from the first chunk on.
+    /// `findTag` from the first chunk on, in a list of the file's chunks that is made once.
     long long findTagFromStart(const std::string& tag);
 
     /// Bytes of a chunk's body that the file really holds from the read position on, at most `size`.
@@ -203,12 +206,27 @@ protected:
     FileInfo m_fileInfo;
 
 private:
+    /// A chunk of the file, and what it states of itself.
+    struct ChunkPlace {
+        std::array<char, 4> identifier{};
+        long long size = 0;        // bytes of data
+        long long dataOffset = 0;  // bytes from the start of the file
+
+        bool is(std::string_view tag) const noexcept {
+            return tag == std::string_view(identifier.data(), identifier.size());
+        }
+    };
+
+    std::optional<ChunkPlace> readChunkHeader();
+    bool stepOver(const ChunkPlace& chunk);
+    void listChunks();
     void parseGroup(unsigned short pending, unsigned short group, void (IFileParser::*find)());
 
     IFileDataRef m_fileData;
     unsigned short m_parsedFlags = kNoFlags;
     bool m_preparsed = false;
     long long m_headerOffset = 0;
+    std::vector<ChunkPlace> m_chunks;  // from m_headerOffset on; empty until the first search
     tagging::BasicTaggingChunk m_basicTagging;
     FormatInfo m_formatInfo;
     unsigned int m_sampleOffset = 0;

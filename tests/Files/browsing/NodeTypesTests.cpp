@@ -60,19 +60,20 @@ TEST(NodeTypes, SeesAFolderWhateverItsNameUnlessItIsAPackage) {
     EXPECT_EQ(NodeTypesHelper::nodeTypeFromPath("/"), 1);
 }
 
-TEST(NodeTypes, LetsTheTypeCodeCountBeforeTheExtension) {
+TEST(NodeTypes, LetsAKnownExtensionCountBeforeTheTypeCode) {
     const struct {
         const char* typeCode;
         Kind kind;
         const char* name;
         NodeType nodeType;
-    } kRows[] = {{"AIFF", Kind::kFile, "Kick", 4},       {"WAVE", Kind::kFile, "Kick", 5},
-                 {"MooV", Kind::kFile, "Kick", 6},       {"AIFF", Kind::kFile, "Kick.wav", 4},
-                 {"WAVE", Kind::kFile, "Kick.aif", 5},   {"TEXT", Kind::kFile, "Kick.wav", 5},
-                 {"aiff", Kind::kFile, "Kick", -1},      {"fadr", Kind::kFile, "Drop Box.aif", 2},
-                 {"trsh", Kind::kFolder, "Trash", 2},    {"hdsk", Kind::kFolder, "Disk.app", 2},
-                 {"AIFF", Kind::kFolder, "Drums", 1},    {"AIFF", Kind::kFolder, "Synth.vst3", -1},
-                 {"AIFF", Kind::kOther, "Kick.aif", -1}, {"trsh", Kind::kOther, "Trash", -1}};
+    } kRows[] = {{"AIFF", Kind::kFile, "Kick", 4},          {"WAVE", Kind::kFile, "Kick", 5},
+                 {"MooV", Kind::kFile, "Kick", 6},          {"AIFF", Kind::kFile, "Kick.wav", 5},
+                 {"WAVE", Kind::kFile, "Kick.aif", 4},      {"TEXT", Kind::kFile, "Kick.wav", 5},
+                 {"aiff", Kind::kFile, "Kick", -1},         {"fadr", Kind::kFile, "Drop Box.txt", 2},
+                 {"fadr", Kind::kFile, "Drop Box.aif", 4},  {"trsh", Kind::kFolder, "Trash", 2},
+                 {"hdsk", Kind::kFolder, "Disk.app", 2},    {"AIFF", Kind::kFolder, "Drums", 1},
+                 {"AIFF", Kind::kFolder, "Synth.vst3", -1}, {"AIFF", Kind::kOther, "Kick.aif", -1},
+                 {"trsh", Kind::kOther, "Trash", -1}};
     for (const auto& row : kRows) {
         CatalogInfo info;
         info.kind = row.kind;
@@ -113,16 +114,16 @@ TEST(NodeTypes, ReadsTheTypeCodeFromExtendedAttributes) {
                  {"user.com.apple.FinderInfo", "WAVE", 5},
                  {"user.hfs.type", "MooV", 6},
                  {"user.hfs.type", "srvr", 2},
-                 {"user.com.apple.FinderInfo", std::string(32, '\0'), 5},
-                 {"user.com.apple.FinderInfo", "AIF", 5},
-                 {"user.com.apple.FinderInfo", "", 5},
-                 {"user.hfs.types", "AIFF", 5},
-                 {"user.hfs", "AIFF", 5}};
+                 {"user.com.apple.FinderInfo", std::string(32, '\0'), -1},
+                 {"user.com.apple.FinderInfo", "AIF", -1},
+                 {"user.com.apple.FinderInfo", "", -1},
+                 {"user.hfs.types", "AIFF", -1},
+                 {"user.hfs", "AIFF", -1}};
     const TemporaryFolder folder;
     for (const auto& row : kRows) {
-        const std::string path = folder.write("Kick.wav", "");
+        const std::string path = folder.write("Kick", "");
         const bool isStored = setAttribute(path, row.name, row.value);
-        EXPECT_EQ(NodeTypesHelper::nodeTypeFromPath(path), isStored ? row.nodeType : 5)
+        EXPECT_EQ(NodeTypesHelper::nodeTypeFromPath(path), isStored ? row.nodeType : -1)
             << row.name << ' ' << row.value;
         std::filesystem::remove(path);
     }
@@ -130,10 +131,10 @@ TEST(NodeTypes, ReadsTheTypeCodeFromExtendedAttributes) {
 
 TEST(NodeTypes, FindsTheTypeCodeAmongMoreAttributesThanItListsAtOnce) {
     const TemporaryFolder folder;
-    const std::string path = folder.write("Kick.wav", "");
+    const std::string path = folder.write("Kick", "");
     for (char c = 'a'; c < 'k'; ++c) setAttribute(path, "user." + std::string(200, c), "");
     const bool isStored = setAttribute(path, "user.hfs.type", "AIFF");
-    EXPECT_EQ(NodeTypesHelper::nodeTypeFromPath(path), isStored ? 4 : 5);
+    EXPECT_EQ(NodeTypesHelper::nodeTypeFromPath(path), isStored ? 4 : -1);
 }
 
 TEST(NodeTypes, NeverOpensPipesSocketsAndDevices) {
