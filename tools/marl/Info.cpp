@@ -7,8 +7,10 @@
 #include <MarlCore/Files/browsing/FileNode.h>
 #include <MarlCore/platform/Exception.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <ostream>
 
 namespace marl::tool {
@@ -21,36 +23,50 @@ std::string formatted(const char* format, Arguments... arguments) {
     return text.data();
 }
 
-/// Reports what cannot be read, and goes on.
-class PathList {
+/// UTF-8 `text` filled up with blanks to `width` characters, or cut to them with "…" at the end.
+std::string fitted(const std::string& text, std::size_t width) {
+    std::vector<std::size_t> starts;  // of the characters
+    for (std::size_t i = 0; i < text.size(); ++i)
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) starts.push_back(i);
+    if (starts.size() <= width) return text + std::string(width - starts.size(), ' ');
+    return text.substr(0, starts[width - 1]) + "…";
+}
+
+/// A file to show, or a folder that cannot be.
+struct Item {
+    std::string path;
+    std::string error;  // empty for a file
+};
+
+/// What the paths of the command line stand for, in their order; the files of a folder in the order of names.
+class ItemList {
 public:
-    explicit PathList(std::ostream& err) : m_err(err) {}
+    explicit ItemList(std::ostream& err) : m_err(err) {}
 
     /// The path itself, or every loop file below it when it is a folder.
     void add(const std::string& path) {
         if (NodeTypesHelper::nodeTypeFromPath(path) != NodeTypesHelper::kFolder)
-            return m_paths.push_back(path);
+            return m_items.push_back({path, ""});
+        const std::size_t before = m_items.size();
         FileNode folder(path, nullptr, std::nullopt);
         addChildren(folder, path);
+        if (m_items.size() == before) reportError(m_err, path, "note: no loop files in this folder");
     }
 
-    const std::vector<std::string>& paths() const noexcept { return m_paths; }
-    bool failed() const noexcept { return m_failed; }
+    const std::vector<Item>& items() const noexcept { return m_items; }
 
 private:
     void addChildren(FileNode& folder, const std::string& path) {
         try {
             folder.children();
         } catch (const platform::Exception& exception) {
-            reportError(m_err, path, exception.what());
-            m_failed = true;
-            return;
+            return m_items.push_back({path, exception.what()});
         }
         for (const FileNodeRef& child : folder.children()) {
             const std::string childPath = (path.ends_with('/') ? path : path + "/") + child->pathName();
             const bool isLoop =
                 child->nodeType() == NodeTypesHelper::kAIFF || child->nodeType() == NodeTypesHelper::kWAV;
-            if (isLoop) m_paths.push_back(childPath);
+            if (isLoop) m_items.push_back({childPath, ""});
             // Folders behind a link are left out: they are listed where they are, and a link may lead back
             // here.
             if (child->isContainer() && !child->isAlias()) addChildren(*child, childPath);
@@ -59,14 +75,22 @@ private:
     }
 
     std::ostream& m_err;
-    std::vector<std::string> m_paths;
-    bool m_failed = false;
+    std::vector<Item> m_items;
 };
 
+bool isOneShot(const IFileParser& parser) {
+    return parser.getFileType() == tagging::kFileTypeOneShot;
+}
+
+/// The note without its octave, about whose number programs disagree; "-" for none.
 std::string noteName(int rootNote) {
     constexpr std::array kNames{"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
     if (rootNote <= 0) return "-";
-    return formatted("%s (%d)", kNames[static_cast<std::size_t>(rootNote) % kNames.size()], rootNote);
+    return kNames[static_cast<std::size_t>(rootNote) % kNames.size()];
+}
+
+std::string noteAndNumber(int rootNote) {
+    return rootNote > 0 ? formatted("%s (MIDI %d)", noteName(rootNote).c_str(), rootNote) : "-";
 }
 
 std::string tempoText(const IFileParser& parser) {
@@ -74,7 +98,9 @@ std::string tempoText(const IFileParser& parser) {
     return tempo ? formatted("%.2f", *tempo) : "-";
 }
 
+/// A one-shot has none.
 std::string meterText(const IFileParser& parser) {
+    if (isOneShot(parser)) return "-";
     const tagging::TimeSignature meter = parser.getTimeSignature();
     return formatted("%d/%d", meter.numerator, meter.denominator);
 }
@@ -93,28 +119,44 @@ void printText(std::ostream& out, const char* label, const halyard::CStringRef& 
     if (text) printLine(out, label, text->getStringRef());
 }
 
+std::string counted(long long count, const char* noun) {
+    return formatted("%lld %s%s", count, noun, count == 1 ? "" : "s");
+}
+
+std::string formatText(const LoopFile& loop) {
+    return formatted("%s, %g Hz, %u bits, ", containerOf(loop).c_str(), loop.format.mSampleRate,
+                     loop.format.mBitsPerChannel) +
+           counted(loop.format.mChannelsPerFrame, "channel");
+}
+
+std::string typeText(const IFileParser& parser) {
+    if (isOneShot(parser)) return "one-shot";
+    std::string text =
+        "loop of " + counted(parser.getNaturalNumberOfBeats(), "beat") + " in " + meterText(parser);
+    if (tempoOf(parser)) text += " at " + tempoText(parser) + " bpm";
+    return parser.getSourceFileNumberOfBeats() != 0 ? text : text + ", guessed from the length";
+}
+
+std::string transientsText(const IFileParser& parser) {
+    const std::size_t count = parser.getTransients().size();
+    if (count == 0) return "none";
+    return formatted("%zu %s", count, parser.didSourceFileHaveTransients() ? "in the file" : "on a grid");
+}
+
 void printInFull(std::ostream& out, const std::string& path, const LoopFile& loop) {
     const IFileParser& parser = loop.parser();
-    const bool oneShot = parser.getFileType() == tagging::kFileTypeOneShot;
     out << terminalText(path) << "\n";
-    printLine(out, "format",
-              formatted("%s, %g Hz, %u bits, %u channel%s", containerOf(loop).c_str(),
-                        loop.format.mSampleRate, loop.format.mBitsPerChannel, loop.format.mChannelsPerFrame,
-                        loop.format.mChannelsPerFrame == 1 ? "" : "s"));
-    printLine(out, "length",
-              formatted("%.3f s, %lld frames", parser.getLengthInSeconds(), parser.getLengthInFrames()));
-    printLine(out, "type",
-              oneShot ? "one-shot"
-                      : formatted("loop of %d beats in %s at %s bpm", parser.getNaturalNumberOfBeats(),
-                                  meterText(parser).c_str(), tempoText(parser).c_str()));
-    printLine(out, "root note", noteName(parser.getMidiRootNote()));
+    printLine(out, "format", formatText(loop));
+    printLine(
+        out, "length",
+        formatted("%.3f s, ", parser.getLengthInSeconds()) + counted(parser.getLengthInFrames(), "frame"));
+    printLine(out, "type", typeText(parser));
+    printLine(out, "root note", noteAndNumber(parser.getMidiRootNote()));
     printLine(out, "instrument", keywordText(parser.getInstrument().type));
     printLine(out, "sub-type", keywordText(parser.getInstrument().subType));
     printLine(out, "genre", keywordText(parser.getGenre()));
     printLine(out, "descriptors", joined(parser.getDescriptors()));
-    printLine(out, "transients",
-              formatted("%zu (%s)", parser.getTransients().size(),
-                        parser.didSourceFileHaveTransients() ? "in the file" : "on a grid"));
+    printLine(out, "transients", transientsText(parser));
     printText(out, "name", parser.getFileInfo().name);
     printText(out, "author", parser.getFileInfo().author);
     printText(out, "copyright", parser.getFileInfo().copyright);
@@ -122,54 +164,118 @@ void printInFull(std::ostream& out, const std::string& path, const LoopFile& loo
     if (loop.parser().hasMidiChunk()) printLine(out, "midi", "embedded");
 }
 
-constexpr char kRowFormat[] = "%-4s %6s %4s %2s %8s %8s %-5s %-8s %-20s ";
+/// Prints files one below the other.
+class Table {
+public:
+    explicit Table(std::ostream& out) : m_out(out) {
+        Row head;
+        std::ranges::transform(kColumns, head.begin(), &Column::head);
+        printRow(head, "path");
+    }
 
-void printTableHead(std::ostream& out) {
-    out << formatted(kRowFormat, "type", "rate", "bits", "ch", "seconds", "bpm", "meter", "root",
-                     "instrument")
-        << "path\n";
-}
+    void add(const std::string& path, const LoopFile& loop) {
+        const IFileParser& parser = loop.parser();
+        const std::string instrument = terminalText(keywordText(parser.getInstrument().type));
+        const Row row{containerOf(loop),
+                      formatted("%g", loop.format.mSampleRate),
+                      formatted("%u", loop.format.mBitsPerChannel),
+                      formatted("%u", loop.format.mChannelsPerFrame),
+                      formatted("%.3f", parser.getLengthInSeconds()),
+                      isOneShot(parser) ? "one-shot" : "loop",
+                      tempoText(parser),
+                      meterText(parser),
+                      noteName(parser.getMidiRootNote()),
+                      instrument.empty() ? "-" : instrument};
+        printRow(row, terminalText(path));
+    }
 
-void printTableRow(std::ostream& out, const std::string& path, const LoopFile& loop) {
-    const IFileParser& parser = loop.parser();
-    const auto number = [](double value) { return formatted("%g", value); };
-    out << formatted(kRowFormat, containerOf(loop).c_str(), number(loop.format.mSampleRate).c_str(),
-                     number(loop.format.mBitsPerChannel).c_str(),
-                     number(loop.format.mChannelsPerFrame).c_str(),
-                     formatted("%.3f", parser.getLengthInSeconds()).c_str(), tempoText(parser).c_str(),
-                     meterText(parser).c_str(), noteName(parser.getMidiRootNote()).c_str(),
-                     terminalText(keywordText(parser.getInstrument().type)).c_str())
-        << terminalText(path) << "\n";
-}
+private:
+    struct Column {
+        const char* head;
+        std::size_t width;  // characters
+        bool isNumber;      // set to the right
+    };
+
+    static constexpr std::array kColumns{Column{"file", 4, false},   Column{"rate", 6, true},
+                                         Column{"bits", 4, true},    Column{"ch", 2, true},
+                                         Column{"seconds", 8, true}, Column{"type", 8, false},
+                                         Column{"bpm", 7, true},     Column{"meter", 5, false},
+                                         Column{"root", 4, false},   Column{"instrument", 20, false}};
+    using Row = std::array<std::string, kColumns.size()>;
+
+    void printRow(const Row& row, const std::string& path) {
+        for (std::size_t i = 0; i < row.size(); ++i) m_out << cell(row[i], kColumns[i]) << ' ';
+        m_out << path << '\n';
+    }
+
+    static std::string cell(const std::string& text, const Column& column) {
+        if (!column.isNumber) return fitted(text, column.width);
+        return std::string(column.width - std::min(column.width, text.size()), ' ') + text;
+    }
+
+    std::ostream& m_out;
+};
+
+/// Prints what was asked for in the form that was asked for.
+class Report {
+public:
+    Report(const InfoOptions& options, std::size_t items, std::ostream& out, std::ostream& err)
+        : m_json(options.json), m_out(out), m_err(err) {
+        if (!m_json && items > 1) m_table.emplace(out);
+    }
+
+    void add(const Item& item) {
+        if (!item.error.empty()) return addError(item.path, item.error);
+        try {
+            addFile(item.path, openLoopFile(item.path));
+        } catch (const std::exception& exception) {
+            addError(item.path, messageOf(exception, "cannot be read"));
+        }
+    }
+
+    /// Returns the exit status.
+    int finish() {
+        const int status = m_json                  ? printJSON(m_out, m_err, m_results)
+                           : flushed(m_out, m_err) ? kDone
+                                                   : kFailed;
+        return m_failed ? kFailed : status;
+    }
+
+private:
+    void addFile(const std::string& path, const LoopFile& loop) {
+        if (m_json)
+            m_results.push_back(infoJSON(path, loop));
+        else if (m_table)
+            m_table->add(path, loop);
+        else
+            printInFull(m_out, path, loop);
+    }
+
+    void addError(const std::string& path, const std::string& message) {
+        m_failed = true;
+        reportError(m_err, path, message);
+        if (m_json) m_results.push_back(errorJSON(path, message));
+    }
+
+    const bool m_json;
+    std::ostream& m_out;
+    std::ostream& m_err;
+    std::optional<Table> m_table;
+    json m_results = json::array();
+    bool m_failed = false;
+};
 
 }  // namespace
 
 int runInfo(const InfoOptions& options, std::ostream& out, std::ostream& err) {
-    PathList list(err);
+    ItemList list(err);
     for (const std::string& path : options.paths) list.add(path);
-    const bool table = !options.json && list.paths().size() > 1;
-    if (table) printTableHead(out);
-    json results = json::array();
-    bool failed = list.failed();
-    for (const std::string& path : list.paths()) {
-        try {
-            const LoopFile loop = openLoopFile(path);
-            if (options.json)
-                results.push_back(infoJSON(path, loop));
-            else if (table)
-                printTableRow(out, path, loop);
-            else
-                printInFull(out, path, loop);
-        } catch (const halyard::CException& exception) {
-            failed = true;
-            reportError(err, path, messageOf(exception));
-            json& result = results.emplace_back(json::object());
-            putPath(result, path);
-            result["error"] = toUTF8(messageOf(exception));
-        }
+    Report report(options, list.items().size(), out, err);
+    for (const Item& item : list.items()) {
+        if (!out) break;  // nobody reads on
+        report.add(item);
     }
-    if (options.json && printJSON(out, err, results) != kDone) return kFailed;
-    return flushed(out, err) && !failed ? kDone : kFailed;
+    return report.finish();
 }
 
 }  // namespace marl::tool

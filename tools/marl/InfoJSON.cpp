@@ -80,6 +80,13 @@ json infoJSON(const std::string& path, const LoopFile& loop) {
     return info;
 }
 
+json errorJSON(const std::string& path, const std::string& message) {
+    json error;
+    putPath(error, path);
+    error["error"] = toUTF8(message);
+    return error;
+}
+
 std::optional<double> tempoOf(const IFileParser& parser) {
     const double seconds = parser.getLengthInSeconds(), quarters = parser.getLengthInQuarterNotes();
     if (parser.getFileType() == tagging::kFileTypeOneShot || !(quarters > 0) || !(seconds > 0))

@@ -13,6 +13,9 @@ namespace marl::tool {
 /// All fields of `marl info --json` for one file, in their fixed order.
 json infoJSON(const std::string& path, const LoopFile& loop);
 
+/// The same place for a file that cannot be read: its path and why.
+json errorJSON(const std::string& path, const std::string& message);
+
 /// Quarter notes a minute; nothing for a one-shot and for a loop without beats or samples.
 std::optional<double> tempoOf(const IFileParser& parser);
 

@@ -18,12 +18,10 @@ struct LoopFile {
     IFileData& data() const { return *file->getFileDataRef(); }
 };
 
-/// Opens `path` and parses everything. Throws what the library throws.
+/// Opens `path` and parses everything. Throws what the library throws, and for a path that is no loop file
+/// at all (not there, a folder, a pipe, named like something else) `std::system_error` or a parameter error.
 LoopFile openLoopFile(const std::string& path);
 
 CURLRef urlOfPath(const std::string& path);
-
-/// What an exception has to say, with the system's own words behind it where there are any.
-std::string messageOf(const std::exception& exception);
 
 }  // namespace marl::tool

@@ -4,12 +4,35 @@
 #include "marl/LoopFile.h"
 #include "marl/TerminalText.h"
 
+#include <MarlCore/foundation/CException.h>
+
+#include <cerrno>
+#include <new>
 #include <ostream>
+#include <system_error>
 
 namespace marl::tool {
+namespace {
+
+/// The errno behind an exception, 0 when there is none.
+int systemErrorOf(const std::exception& exception) {
+    if (const auto* const failure = dynamic_cast<const halyard::CException*>(&exception))
+        return failure->getType() == halyard::kFileIOError ? failure->getCode() : 0;
+    const auto* const failure = dynamic_cast<const std::system_error*>(&exception);
+    return failure ? failure->code().value() : 0;
+}
+
+}  // namespace
 
 void reportError(std::ostream& err, std::string_view path, std::string_view message) {
     err << "marl: " << terminalText(path) << ": " << terminalText(message) << "\n";
+}
+
+std::string messageOf(const std::exception& exception, std::string_view attempt) {
+    if (dynamic_cast<const std::bad_alloc*>(&exception)) return "there is not enough memory";
+    const int error = systemErrorOf(exception);
+    if (error == 0) return exception.what();
+    return std::string(attempt) + ": " + std::generic_category().message(error);
 }
 
 std::string toUTF8(std::string_view bytes) {
@@ -33,9 +56,11 @@ int printJSON(std::ostream& out, std::ostream& err, const json& value) {
 }
 
 bool flushed(std::ostream& out, std::ostream& err) {
+    errno = 0;  // stays 0 when an earlier write has failed: the reason is lost then
     out.flush();
     if (out) return true;
-    reportError(err, "standard output", "could not be written");
+    const std::string reason = errno != 0 ? ": " + std::generic_category().message(errno) : "";
+    reportError(err, "standard output", "cannot be written" + reason);
     return false;
 }
 

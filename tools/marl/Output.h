@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <exception>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -22,6 +23,10 @@ inline constexpr int kWrongUsage = 2;
 
 /// One line that says which file and what: "marl: loops/a.wav: couldn't find data tag".
 void reportError(std::ostream& err, std::string_view path, std::string_view message);
+
+/// What an exception has to say to a user. Where the system refused, that is `attempt` ("cannot be read") and
+/// the system's own words, without the library's text: that names a file once more, or a temporary one.
+std::string messageOf(const std::exception& exception, std::string_view attempt);
 
 /// Bytes as UTF-8: as they are when they are that, else with U+FFFD in place of each byte that is not.
 std::string toUTF8(std::string_view bytes);

@@ -5,7 +5,6 @@
 #include "marl/Browse.h"
 #include "marl/Convert.h"
 #include "marl/Info.h"
-#include "marl/LoopFile.h"
 #include "marl/Output.h"
 
 #include <CLI/CLI.hpp>
@@ -79,7 +78,7 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::exception& exception) {
-        std::cerr << "marl: " << marl::tool::messageOf(exception) << "\n";
+        std::cerr << "marl: " << marl::tool::messageOf(exception, "failed") << "\n";
         return kFailed;
     }
 }
