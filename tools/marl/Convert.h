@@ -9,11 +9,11 @@
 namespace marl::tool {
 
 struct ConvertOptions {
-    std::string format;     ///< "s16", "s24" or "f32"; empty: as wide as the input, at least s16
-    double sampleRate = 0;  ///< Hz; 0: the input's
-    int channels = 0;       ///< 0: the input's
-    std::string input;
-    std::string output;  ///< a path, or "-" for raw samples to `out`
+    std::string format = {};  ///< "s16", "s24" or "f32"; empty: as wide as the input, at least s16
+    double sampleRate = 0;    ///< Hz; 0: the input's
+    int channels = 0;         ///< 0: the input's
+    std::string input = {};
+    std::string output = {};  ///< a path, or "-" for raw samples to `out`
 };
 
 /// Converts the whole file. An AIFF or WAV output carries the loop metadata over, slice points at the new

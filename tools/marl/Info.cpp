@@ -220,9 +220,7 @@ private:
 class Report {
 public:
     Report(const InfoOptions& options, std::size_t items, std::ostream& out, std::ostream& err)
-        : m_json(options.json), m_out(out), m_err(err) {
-        if (!m_json && items > 1) m_table.emplace(out);
-    }
+        : m_json(options.json), m_inTable(items > 1), m_out(out), m_err(err) {}
 
     void add(const Item& item) {
         if (!item.error.empty()) return addError(item.path, item.error);
@@ -245,11 +243,14 @@ private:
     void addFile(const std::string& path, const LoopFile& loop) {
         if (m_json)
             m_results.push_back(infoJSON(path, loop));
-        else if (m_table)
-            m_table->add(path, loop);
+        else if (m_inTable)
+            table().add(path, loop);
         else
             printInFull(m_out, path, loop);
     }
+
+    /// Begun when there is a row for it.
+    Table& table() { return m_table ? *m_table : m_table.emplace(m_out); }
 
     void addError(const std::string& path, const std::string& message) {
         m_failed = true;
@@ -258,6 +259,7 @@ private:
     }
 
     const bool m_json;
+    const bool m_inTable;
     std::ostream& m_out;
     std::ostream& m_err;
     std::optional<Table> m_table;
