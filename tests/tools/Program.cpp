@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "tools/Program.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace support {
+namespace {
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {
+        if (fd < 0) throw std::system_error(errno, std::generic_category());
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { ::close(m_fd); }
+    int get() const noexcept { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+/// A file without a name.
+struct Capture {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::tmpfile(), std::fclose};
+
+    int descriptor() const { return ::fileno(file.get()); }
+
+    std::string contents() const {
+        std::rewind(file.get());
+        std::string text;
+        std::array<char, 4096> block;
+        while (const std::size_t count = std::fread(block.data(), 1, block.size(), file.get()))
+            text.append(block.data(), count);
+        return text;
+    }
+};
+
+/// The terminal's own side is the program's standard output, for as long as this object lives.
+struct Terminal {
+    Descriptor far{::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    Descriptor near{openNear()};
+
+private:
+    int openNear() const {
+        if (::grantpt(far.get()) != 0 || ::unlockpt(far.get()) != 0) return -1;
+        return ::open(::ptsname(far.get()), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
+};
+
+/// Only async-signal-safe calls: this is the child of a process that may have had threads.
+[[noreturn]] void becomeMarl(char* const* arguments, const Surroundings& surroundings, int out, int err) {
+    const int in = ::open("/dev/null", O_RDONLY);
+    ::signal(SIGPIPE, surroundings.ignoresBrokenPipes ? SIG_IGN : SIG_DFL);
+    if (surroundings.mostFileBytes) {
+        const rlimit limit{*surroundings.mostFileBytes, *surroundings.mostFileBytes};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) ::_exit(126);
+    }
+    const bool ready = ::chdir(surroundings.folder.c_str()) == 0 && ::dup2(in, STDIN_FILENO) >= 0 &&
+                       ::dup2(out, STDOUT_FILENO) >= 0 && ::dup2(err, STDERR_FILENO) >= 0;
+    if (ready) ::execv(MARL_PROGRAM, arguments);
+    ::_exit(126);
+}
+
+pid_t start(const std::vector<std::string>& arguments, const Surroundings& surroundings, int out, int err) {
+    std::vector<char*> pointers{const_cast<char*>("marl")};
+    for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child < 0) throw std::system_error(errno, std::generic_category());
+    if (child == 0) becomeMarl(pointers.data(), surroundings, out, err);
+    return child;
+}
+
+Outcome await(pid_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFSIGNALED(status)) return {-1, WTERMSIG(status), "", ""};
+    return {WEXITSTATUS(status), 0, "", ""};
+}
+
+Outcome runInto(int out, const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+    const Capture err;
+    Outcome outcome = await(start(arguments, surroundings, out, err.descriptor()));
+    outcome.err = err.contents();
+    return outcome;
+}
+
+Outcome runForAnImpatientReader(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+    std::array<int, 2> ends;
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category());
+    const Capture err;
+    const pid_t child = start(arguments, surroundings, ends[1], err.descriptor());
+    ::close(ends[1]);
+    std::array<char, 10> bytes;
+    const ssize_t count = ::read(ends[0], bytes.data(), bytes.size());
+    ::close(ends[0]);
+    Outcome outcome = await(child);
+    outcome.out.assign(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    outcome.err = err.contents();
+    return outcome;
+}
+
+}  // namespace
+
+Outcome runMarl(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+    switch (surroundings.standardOutput) {
+        case StandardOutput::kFullDevice:
+            return runInto(Descriptor(::open("/dev/full", O_WRONLY | O_CLOEXEC)).get(), arguments,
+                           surroundings);
+        case StandardOutput::kTerminal:
+            return runInto(Terminal().near.get(), arguments, surroundings);
+        case StandardOutput::kClosedEarly:
+            return runForAnImpatientReader(arguments, surroundings);
+        case StandardOutput::kCaptured:
+            break;
+    }
+    const Capture out;
+    Outcome outcome = runInto(out.descriptor(), arguments, surroundings);
+    outcome.out = out.contents();
+    return outcome;
+}
+
+}  // namespace support
