@@ -2,6 +2,7 @@
 #include "marl/SampleOutput.h"
 
 #include "marl/Output.h"
+#include "marl/TemporaryFile.h"
 
 #include <MarlCore/Files/writing/CAIFWriter.h>
 #include <MarlCore/Files/writing/CWAVWriter.h>
@@ -58,31 +59,31 @@ std::optional<fs::perms> permissionsOfReplaceable(const fs::path& path) {
     return status.permissions();
 }
 
+std::string temporaryPathBeside(const fs::path& path) {
+    const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
+    return halyard::FileUtilities::generateTemporaryFileName(halyard::CSTR(folder), halyard::CSTR(".marl"))
+        ->getStringRef();
+}
+
 /// A file that takes its name only when it is complete; dropped before that, it leaves no trace.
 class NewFile {
 public:
     explicit NewFile(const std::string& path)
-        : m_path(withoutLinks(path)), m_permissions(permissionsOfReplaceable(m_path)) {
-        const std::string folder = m_path.has_parent_path() ? m_path.parent_path().string() : ".";
-        m_temporary =
-            halyard::FileUtilities::generateTemporaryFileName(halyard::CSTR(folder), halyard::CSTR(".marl"))
-                ->getStringRef();
-    }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-    ~NewFile() { std::remove(m_temporary.c_str()); }
+        : m_path(withoutLinks(path)),
+          m_permissions(permissionsOfReplaceable(m_path)),
+          m_temporary(temporaryPathBeside(m_path)) {}
 
-    const std::string& temporaryPath() const noexcept { return m_temporary; }
+    const std::string& temporaryPath() const noexcept { return m_temporary.path(); }
 
     void commit() const {
-        if (m_permissions) fs::permissions(m_temporary, *m_permissions);
-        fs::rename(m_temporary, m_path);
+        if (m_permissions) fs::permissions(temporaryPath(), *m_permissions);
+        fs::rename(temporaryPath(), m_path);
     }
 
 private:
     fs::path m_path;
     std::optional<fs::perms> m_permissions;
-    std::string m_temporary;
+    TemporaryFile m_temporary;
 };
 
 class LoopFileOutput : public SampleOutput {
