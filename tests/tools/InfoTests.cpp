@@ -299,6 +299,14 @@ TEST(Info, ReportsAFolderThatCannotBeRead) {
     EXPECT_EQ(outcome.err, "marl: " + folder.path() + ": " + files[0]["error"].get<std::string>() + "\n");
 }
 
+TEST(Info, EndsWhenNobodyReadsOn) {
+    const support::TemporaryFolder folder;
+    std::ostream broken(nullptr);
+    std::ostringstream err;
+    EXPECT_EQ(runInfo({false, {folder.path("1.aif"), folder.path("2.aif")}}, broken, err), kFailed);
+    EXPECT_EQ(err.str(), "marl: standard output: cannot be written\n");
+}
+
 TEST(Info, SaysWhyAPathIsNoLoopFile) {
     const support::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo(folder.path("pipe.wav").c_str(), 0600), 0);
