@@ -8,9 +8,10 @@
 namespace platform {
 namespace {
 
-// A block is large enough that the calls around it cost nothing, and small enough for the first-level cache.
-constexpr std::int64_t kBlockOutputFrames = 2048;
-constexpr std::int64_t kBlockInputFrames = 2048;
+// A block is large enough that the calls around it cost nothing, and small enough for the first-level cache,
+// however many channels there are.
+constexpr std::int64_t kBlockFrames = 2048;   // of input and of output
+constexpr std::int64_t kBlockSamples = 4096;  // of all channels together
 
 std::optional<SampleType> sampleTypeOf(const AudioStreamBasicDescription& format) {
     switch (format.mBitsPerChannel) {
@@ -32,12 +33,14 @@ bool haveSameFrames(const AudioStreamBasicDescription& from, const AudioStreamBa
 
 // Whole periods of the filter where they fit, an even number of frames otherwise: three periods fill the
 // registers with the frames of two channels that share their coefficients.
-std::int64_t chooseBlockFrames(const PolyphaseFilter& filter) {
+std::int64_t chooseBlockFrames(const PolyphaseFilter& filter, std::size_t channels) {
     const RateRatio ratio = filter.ratio();
-    const std::int64_t byInput = kBlockInputFrames * ratio.outputFrames / ratio.inputFrames;
-    const std::int64_t limit = std::clamp<std::int64_t>(byInput, 2, kBlockOutputFrames);
-    const std::int64_t unit = filter.isPeriodic() ? 3 * filter.outputsPerPeriod() : 2;
-    return std::max<std::int64_t>(limit / unit, 1) * unit;
+    const std::int64_t most = std::min(kBlockFrames, kBlockSamples / static_cast<std::int64_t>(channels));
+    const std::int64_t byInput = most * ratio.outputFrames / ratio.inputFrames;
+    const std::int64_t limit = std::clamp<std::int64_t>(byInput, 2, most);
+    const std::int64_t threePeriods = 3 * filter.outputsPerPeriod();
+    const std::int64_t unit = filter.isPeriodic() && threePeriods <= limit ? threePeriods : 2;
+    return limit / unit * unit;
 }
 
 }  // namespace
@@ -57,7 +60,7 @@ AudioConverter::AudioConverter(SampleType type, std::size_t channels, RateRatio 
     : m_type(type),
       m_frameBytes(bytesPerSample(type) * channels),
       m_resampler(PolyphaseFilter::shared(ratio)),
-      m_blockFrames(chooseBlockFrames(m_resampler.filter())),
+      m_blockFrames(chooseBlockFrames(m_resampler.filter(), channels)),
       m_inputFirst(m_resampler.inputRange(0, 1).first) {
     const auto inputFrames = static_cast<std::size_t>(m_resampler.maxInputFrames(m_blockFrames));
     const auto outputFrames = static_cast<std::size_t>(m_blockFrames);

@@ -42,8 +42,8 @@ using AudioConverterInputProc = std::int32_t (*)(AudioConverter* converter, std:
 /// knows how long the converted stream is and asks for no more.
 ///
 /// The result does not depend on the sizes of fills and grants. Memory: the filter (at most half a MiB,
-/// shared between converters of one ratio), and some 100 KiB for stereo, in proportion to channels and,
-/// beyond 2:1, to the ratio. [one thread at a time]
+/// shared between converters of one ratio), less than 100 KiB for blocks of samples, and, where the output
+/// rate is the lower one, at most 1 KiB a channel and unit of the ratio on top. [one thread at a time]
 class MARLCORE_EXPORT AudioConverter {
 public:
     static constexpr std::uint32_t kMaxChannels = 64;
