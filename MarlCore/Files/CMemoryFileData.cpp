@@ -101,8 +101,12 @@ CBufferRef CMemoryFileData::readSampleBuffer(const Conversion& conversion) const
 CBufferRef CMemoryFileData::convertBuffer(const CBufferRef& samples, const Conversion& conversion) {
     const auto from = intermediateFormat(conversion.fileFormat, conversion.outputFormat);
     const auto to = intermediateFormat(conversion.outputFormat, conversion.outputFormat);
-    if (from.mSampleRate != to.mSampleRate)
-        requireCountable(convertedFrameCount(conversion.fileFrames, from.mSampleRate, to.mSampleRate), to);
+    if (from.mSampleRate != to.mSampleRate) {
+        const int frames = convertedFrameCount(conversion.fileFrames, from.mSampleRate, to.mSampleRate);
+        requireCountable(frames, to);
+        // A converter of many channels and a high ratio takes megabytes, which is not worth it for nothing.
+        if (frames == 0) return CBufferRef(new CBuffer(0, false));
+    }
     return convertSampleRates(samples, static_cast<long long>(samples->getSize()), from, to);
 }
 
