@@ -40,11 +40,15 @@ void requireCountable(long long frames, const AudioStreamBasicDescription& forma
                               format.mChannelsPerFrame);
 }
 
-void requireRange(int frames, long long dataOffset) {
+void requireRange(int frames, long long dataOffset, const AudioStreamBasicDescription& format) {
     if (frames < 0)
         throw CParamException(kParameterError, "frame count must not be negative (got %d)", frames);
-    if (dataOffset < 0)
-        throw CParamException(kParameterError, "data offset must not be negative (got %lld)", dataOffset);
+    // Far beyond any file, and near enough that the sum with a count of bytes is a number.
+    constexpr long long kFurthest = std::numeric_limits<long long>::max() / 2;
+    if (dataOffset < 0 || dataOffset > kFurthest)
+        throw CParamException(kParameterError, "data offset must be a place in a file (got %lld)",
+                              dataOffset);
+    requireCountable(frames, format);
 }
 
 }  // namespace
@@ -59,10 +63,9 @@ void CMemoryFileData::setSampleConversion(AudioStreamBasicDescription fileFormat
                                           long long dataOffset, AudioStreamBasicDescription outputFormat) {
     Conversion conversion{fileFormat, outputFormat, dataOffset, frames, 0};
     if (m_conversion.isSameAs(conversion)) return;
-    requireRange(frames, dataOffset);
     requireUsableFormat(fileFormat);
     requireUsableFormat(outputFormat);
-    requireCountable(frames, outputFormat);
+    requireRange(frames, dataOffset, outputFormat);
     const CBufferRef samples = convertBuffer(readSampleBuffer(conversion), conversion);
     conversion.convertedFrames =
         static_cast<int>(static_cast<long long>(samples->getSize()) / bytesPerFrame(outputFormat));
@@ -74,27 +77,27 @@ void CMemoryFileData::setSampleConversion(AudioStreamBasicDescription fileFormat
 /// converted as soon as it is read, while it lies in the cache.
 CBufferRef CMemoryFileData::readSampleBuffer(const Conversion& conversion) const {
     const SampleConversion step = sampleConversion(conversion.fileFormat, conversion.outputFormat);
-    const auto fileBytes = static_cast<std::size_t>(conversion.fileFrames) *
-                           static_cast<std::size_t>(bytesPerFrame(conversion.fileFormat));
-    const auto outputBytesOf = [&](std::size_t bytes) {
-        return bytes / static_cast<std::size_t>(step.fromBytes) * static_cast<std::size_t>(step.toBytes) *
+    const auto fileBytes = static_cast<std::uint64_t>(conversion.fileFrames) *
+                           static_cast<std::uint64_t>(bytesPerFrame(conversion.fileFormat));
+    const auto outputBytesOf = [&](std::uint64_t bytes) {
+        return bytes / static_cast<std::uint64_t>(step.fromBytes) * static_cast<std::uint64_t>(step.toBytes) *
                (step.toStereo ? 2 : 1);
     };
     const CBufferRef samples(new CBuffer(outputBytesOf(fileBytes), false));
     // Whole samples: 32768 bytes but for two that 24 bits leave over.
     const std::size_t blockSize = kBlockSize - kBlockSize % static_cast<std::size_t>(step.fromBytes);
     alignas(64) std::array<std::byte, kBlockSize> block;
-    std::size_t done = 0;
+    std::uint64_t done = 0;
     while (done < fileBytes) {
-        const std::size_t wanted = std::min(blockSize, fileBytes - done);
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize, fileBytes - done));
         const std::size_t there =
             readAt(conversion.dataOffset + static_cast<long long>(done), std::span(block).first(wanted));
         convertSamples(step, std::span(block).first(there), samples->getPtr() + outputBytesOf(done));
         done += there - there % static_cast<std::size_t>(step.fromBytes);
         if (there < wanted) break;
     }
-    std::ranges::fill(samples->span().subspan(outputBytesOf(done)),
-                      std::byte{0});  // silence in every output width
+    const auto missing = samples->span().subspan(static_cast<std::size_t>(outputBytesOf(done)));
+    std::ranges::fill(missing, std::byte{0});  // silence in every output width
     return samples;
 }
 
@@ -126,7 +129,7 @@ const void* CMemoryFileData::readSamples(int first, int last, int* outLast, bool
     const AudioStreamBasicDescription& output = m_conversion.outputFormat;
     const int total = m_conversion.convertedFrames * static_cast<int>(output.mChannelsPerFrame);
     if (first == 0 && last == 0) last = total - 1;
-    if (first < 0 || first >= total) {
+    if (first < 0 || first >= total || last < first) {
         *outLast = first;
         return nullptr;
     }

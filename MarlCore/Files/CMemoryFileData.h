@@ -16,9 +16,9 @@ public:
 
     /// Does nothing when this very conversion is set. Otherwise reads `frames` frames from byte `dataOffset`
     /// on and converts their width, channels and rate. What the file does not hold becomes silence. When it
-    /// throws, the conversion set before stays. Throws `CParamException` for a negative count or offset, a
-    /// format that is not usable, a pair of widths or channels that is not supported, and more samples than
-    /// an int counts; `CException` (file error) for what cannot be read.
+    /// throws, the conversion set before stays. Throws `CParamException` for a count or offset that is
+    /// negative or beyond any file, a format that is not usable, a pair of widths or channels that is not
+    /// supported, and more samples than an int counts; `CException` (file error) for what cannot be read.
     void setSampleConversion(AudioStreamBasicDescription fileFormat, int frames, long long dataOffset,
                              AudioStreamBasicDescription outputFormat) override;
     bool getSampleConversion(AudioStreamBasicDescription* fileFormat, int* frames, long long* dataOffset,

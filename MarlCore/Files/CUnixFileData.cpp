@@ -18,6 +18,9 @@ using halyard::kFileIOError;
 
 namespace {
 
+/// More than the system reads in one call, and a std::size_t on every host.
+constexpr long long kMostAtOnce = 0x7FFFFFFF;
+
 /// `operation` is the message up to the path.
 [[noreturn]] void throwFileError(int error, const char* operation, const std::string& path) {
     CException failure(kFileIOError, error);
@@ -76,8 +79,8 @@ long long CUnixFileData::readBytes(long long count, char* buffer) {
     halyard::throwIfNull(buffer, "buffer");
     long long done = 0;
     while (done < count) {
-        const std::size_t step =
-            readSome({reinterpret_cast<std::byte*>(buffer + done), static_cast<std::size_t>(count - done)});
+        const auto wanted = static_cast<std::size_t>(std::min(count - done, kMostAtOnce));
+        const std::size_t step = readSome({reinterpret_cast<std::byte*>(buffer + done), wanted});
         if (step == 0) break;
         done += static_cast<long long>(step);
         m_position += static_cast<long long>(step);

@@ -40,8 +40,10 @@ void copySamples(const void* source, void* destination, std::size_t samples) noe
 
 /// The kernel for a pair of widths in bytes; null when the pair is not supported.
 SampleKernel sizeKernel(int from, int to, bool reversed, bool samplesAreSigned) noexcept {
+    constexpr int kWidest = static_cast<int>(kLargestSample);
+    if (from < 1 || from > kWidest || to < 1 || to > kWidest) return nullptr;
     const SampleKernels& kernels = conversion::sampleKernels();
-    switch (from * 10 + to) {
+    switch (from * 10 + to) {  // both have one digit
         case 12:
             return samplesAreSigned ? kernels.signed8To16 : kernels.unsigned8To16;
         case 14:
@@ -204,8 +206,8 @@ void IFileData::reverseInPlace(const CBufferRef& source, int count, int bytesPer
 CBufferRef IFileData::convertWithNewBuffer(const CBufferRef& source, int count, int fromBytes, int toBytes,
                                            bool toStereo) const {
     const std::size_t samples = samplesIn(source, count, fromBytes);
-    const CBufferRef converted(
-        new CBuffer(samples * (toStereo ? 2 : 1) * static_cast<std::size_t>(toBytes), false));
+    const CBufferRef converted(new CBuffer(
+        std::uint64_t{samples} * (toStereo ? 2 : 1) * static_cast<std::uint64_t>(toBytes), false));
     runKernel(sizeKernel(fromBytes, toBytes, false, m_samplesAreSigned), source->getPtr(), fromBytes,
               converted->getPtr(), toBytes, samples, toStereo);
     return converted;
@@ -252,7 +254,7 @@ CBufferRef IFileData::convertSampleRates(CBufferRef source, long long byteCount,
     const long long inputFrames = inputBytes / from.mBytesPerFrame;
     const auto outputFrames =
         static_cast<std::size_t>(convertedFrameCount(inputFrames, from.mSampleRate, to.mSampleRate));
-    const CBufferRef anOutputBuffer(new CBuffer(outputFrames * to.mBytesPerFrame, true));
+    const CBufferRef anOutputBuffer(new CBuffer(std::uint64_t{outputFrames} * to.mBytesPerFrame, true));
     halyard::throwIfNull(anOutputBuffer, "anOutputBuffer");
     const FeedScope feed(*this,
                          source->span().first(static_cast<std::size_t>(inputFrames) * from.mBytesPerFrame));

@@ -23,17 +23,22 @@ void* allocateLarge(std::size_t size) noexcept {
     return block;
 }
 
-std::byte* allocate(std::size_t size, bool zeroed) {
-    void* const block = zeroed                    ? std::calloc(size ? size : 1, 1)
+std::byte* allocate(std::uint64_t bytes, bool zeroed) {
+    const auto size = static_cast<std::size_t>(bytes);
+    void* const block = size != bytes             ? nullptr
+                        : zeroed                  ? std::calloc(size ? size : 1, 1)
                         : size >= kWorthHugePages ? allocateLarge(size)
                                                   : std::malloc(size ? size : 1);
-    if (!block) throw CException(kInternalError, "not enough memory for a buffer of %zu bytes", size);
+    if (!block)
+        throw CException(kInternalError, "not enough memory for a buffer of %llu bytes",
+                         static_cast<unsigned long long>(bytes));
     return static_cast<std::byte*>(block);
 }
 
 }  // namespace
 
-CBuffer::CBuffer(std::size_t size, bool zeroed) : m_bytes(allocate(size, zeroed)), m_size(size) {}
+CBuffer::CBuffer(std::uint64_t size, bool zeroed)
+    : m_bytes(allocate(size, zeroed)), m_size(static_cast<std::size_t>(size)) {}
 
 CBuffer::CBuffer(const void* bytes, std::size_t size, bool zeroed) : CBuffer(size, zeroed && !bytes) {
     if (bytes && size != 0) std::memcpy(m_bytes, bytes, size);

@@ -6,6 +6,7 @@
 #include <MarlCore/foundation/CSharedObjectRef.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace halyard {
@@ -15,8 +16,9 @@ namespace halyard {
 class MARLCORE_EXPORT CBuffer : public CSharedObject {
 public:
     /// `size` bytes: all zero when `zeroed`, otherwise to be written before they are read.
-    /// Throws `CException` (internal error) when there is no memory for them.
-    CBuffer(std::size_t size, bool zeroed);
+    /// Throws `CException` (internal error) when there is no memory for them; 64 bits on every host, so that
+    /// no count of samples turns into a smaller block.
+    CBuffer(std::uint64_t size, bool zeroed);
 
     /// A copy of `size` bytes at `bytes`, followed by nothing. With `zeroed` and null `bytes`: zero bytes.
     CBuffer(const void* bytes, std::size_t size, bool zeroed);
