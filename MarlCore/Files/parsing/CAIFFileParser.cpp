@@ -179,6 +179,7 @@ bool CAIFFileParser::readTransients() {
     if (!validateModificationDate(&head)) return false;
     FormatInfo format;
     getFormatInfo(format);
+    if (format.mBytesPerFrame == 0) return false;  // a host may have set any format
     const auto frames =
         static_cast<std::uint64_t>(getSRConvertedSampleLengthInBytes()) / format.mBytesPerFrame;
     m_transients = risingTransients(chunk, head.count, frames);

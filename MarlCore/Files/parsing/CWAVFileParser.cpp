@@ -180,14 +180,11 @@ void CWAVFileParser::findFileInfo() {
 
 /// The entries of the first LIST chunk of type INFO; empty when there is none.
 CBufferRef CWAVFileParser::readInfoList() {
-    long long size = findTagFromStart(kListTag);
-    while (size >= 4) {
-        const long long body = fileData().currentMark();
-        if (fileData().read4Char() == kInfoTag) return readChunk(size - 4, kMostListBytes);
-        fileData().seek(body + size + size % 2, false);
-        size = findTag(kListTag);
+    for (int i = 0;; ++i) {
+        const long long size = findTagFromStart(kListTag, i);
+        if (size < 0) return CBufferRef(new halyard::CBuffer(0, true));
+        if (size >= 4 && fileData().read4Char() == kInfoTag) return readChunk(size - 4, kMostListBytes);
     }
-    return CBufferRef(new halyard::CBuffer(std::size_t{0}, true));
 }
 
 }  // namespace marl

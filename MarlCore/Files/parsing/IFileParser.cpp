@@ -161,13 +161,14 @@ void IFileParser::determineIfOneShot() {
 void IFileParser::deriveTransients() {
     m_transients.clear();
     const double divisions = getLengthInQuarterNotes() / 4 * m_forceDivisionsAt;
-    if (getFileType() == tagging::kFileTypeOneShot || !(divisions > 0)) return;
+    // A finer grid than this is no music, and would end before the loop does.
+    const bool isGrid = divisions > 0 && divisions <= static_cast<double>(kMaximumTransients);
+    if (getFileType() == tagging::kFileTypeOneShot || !isGrid) return;
     const auto frames = static_cast<double>(getLengthInFrames());
     const double step = frames / divisions;
-    for (std::size_t i = 0; i < kMaximumTransients && std::round(static_cast<double>(i) * step) < frames;
-         ++i) {
+    for (double i = 0; std::round(i * step) < frames; ++i) {
         TransientStruct transient;
-        transient.position = static_cast<std::uint32_t>(std::round(static_cast<double>(i) * step));
+        transient.position = static_cast<std::uint32_t>(std::round(i * step));
         // On a grid finer than the frames several divisions round to one of them.
         if (m_transients.empty() || transient.position > m_transients.back().position)
             m_transients.push_back(transient);
@@ -190,10 +191,10 @@ IFileData& IFileParser::fileData() const {
     return *m_fileData;
 }
 
-long long IFileParser::findTagFromStart(const std::string& tag) {
+long long IFileParser::findTagFromStart(const std::string& tag, int skipped) {
     if (m_chunks.empty()) listChunks();
     for (const ChunkPlace& chunk : m_chunks) {
-        if (!chunk.is(tag)) continue;
+        if (!chunk.is(tag) || skipped-- > 0) continue;
         fileData().seek(chunk.dataOffset, false);
         return chunk.size;
     }

@@ -161,7 +161,7 @@ public:
     /// A file shorter than 0.5 s or longer than 30 s is a one-shot; others stay what they are.
     void determineIfOneShot();
     /// Lays slice points on a grid: `getForceDivisionsAt` of a whole note, over the length of the loop. None
-    /// for a one-shot or without beats.
+    /// for a one-shot, without beats, and for a grid of more than `kMaximumTransients`.
     void deriveTransients();
 
     double getLengthInSeconds() const noexcept;
@@ -174,8 +174,9 @@ public:
 protected:
     IFileData& fileData() const;
 
-    /// `findTag` from the first chunk on, in a list of the file's chunks that is made once.
-    long long findTagFromStart(const std::string& tag);
+    /// `findTag` from the first chunk on, in a list of the file's chunks that is made once; passes over the
+    /// first `skipped` chunks of that identifier.
+    long long findTagFromStart(const std::string& tag, int skipped = 0);
 
     /// Bytes of a chunk's body that the file really holds from the read position on, at most `size`.
     long long bytesAvailable(long long size) const;

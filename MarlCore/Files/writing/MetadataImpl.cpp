@@ -10,6 +10,7 @@ std::vector<tagging::TransientStruct> transientsToWrite(const IFileParser& parse
         if (rising.size() == IFileParser::kMaximumTransients) break;
         if (rising.empty() || transient.position > rising.back().position) rising.push_back(transient);
     }
+    if (rising.size() < 2) rising.clear();  // readers of 'trns' take fewer than two for none
     return rising;
 }
 

@@ -312,6 +312,18 @@ TEST(AIFFParser, ReadsSlicePoints) {
     }
 }
 
+TEST(AIFFParser, SurvivesAFormatWithoutFramesThatAHostHasSet) {
+    AIFFContents contents = loop();
+    contents.transients = support::TransientChunk{.records = {{0, 0}, {0, 9}}};
+    OpenedFile opened("a.aif", aiffFile(contents));
+    opened.parser().parse(IFileParser::kNoFlags);
+    IFileParser::FormatInfo format;
+    format.mSampleRate = 44100;
+    opened.parser().setFormatInfo(format);
+    opened.parser().parse(IFileParser::kTransients);
+    EXPECT_TRUE(opened.parser().getTransients().empty());
+}
+
 TEST(AIFFParser, KeepsTheValueOfASlicePoint) {
     AIFFContents contents = loop();
     contents.transients = support::TransientChunk{.records = {{-7, 0}, {9, 100}}};

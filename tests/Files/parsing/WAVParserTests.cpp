@@ -235,6 +235,17 @@ TEST(WAVParser, SurvivesInfoListsThatLie) {
     }
 }
 
+TEST(WAVParser, LooksForTheInfoListAmongABoundedNumberOfLists) {
+    for (const bool found : {true, false}) {
+        WAVContents contents = loop();
+        for (int i = 0; i < (found ? 4000 : 4200); ++i)
+            contents.chunksAfterSamples.littleChunk("LIST", Bytes("adtl"));
+        contents.chunksAfterSamples.littleChunk("LIST", Bytes("INFO").littleChunk("ICOP", Bytes("me")));
+        OpenedFile opened("a.wav", wavFile(contents));
+        EXPECT_EQ(textOf(opened.parsed().getFileInfo().copyright), found ? "me" : "(null)");
+    }
+}
+
 TEST(WAVParser, ReadsTheSecondListWhenThatIsTheInfoList) {
     WAVContents contents = loop();
     contents.chunksBeforeSamples = Bytes().littleChunk("LIST", Bytes("adt").text("l!!"));
