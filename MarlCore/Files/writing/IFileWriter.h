@@ -19,8 +19,9 @@ namespace marl {
 /// program that is killed, or a disk that is full, costs at most the block being written.
 ///
 /// Throws `halyard::CException` (file error, the code is errno) for what the system refuses, with operation,
-/// byte count and path; `halyard::CParamException` for what the caller got wrong. After either the file holds
-/// what it held before the call, and writing may go on. [one thread at a time]
+/// byte count and path; `halyard::CParamException` for what the caller got wrong. After either the file is
+/// sound, holds what it held before the call (a block that was to replace samples may have replaced some of
+/// them), and writing may go on. [one thread at a time]
 class MARLCORE_EXPORT IFileWriter : public halyard::CSharedObject {
 public:
     /// Writes `count` samples from `data` so that the first becomes sample `position`. Positions may come in

@@ -118,7 +118,7 @@ void OutputFile::cutTo(std::int64_t length) noexcept {
 void OutputFile::sync() {
     if (::fdatasync(m_fd) != 0) throwFileError(errno, "failed to flush", m_path);
     if (m_nameIsOnDisk) return;
-    const int folder = ::open(folderOf(m_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder = ::open(folderOf(withoutLinks(m_path)).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) throwFileError(errno, "failed to flush the folder of", m_path);
     // Some file systems cannot sync a folder (EINVAL); they have no more to offer.
     const int error = ::fsync(folder) == 0 || errno == EINVAL ? 0 : errno;
