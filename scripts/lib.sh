@@ -2,7 +2,7 @@
 # What the scripts share: the packages that a bare Debian 12 lacks, and the build of one preset.
 
 # Packages to build the program; and those that its tests, benchmarks and fuzzers need beside them.
-build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libpng-dev"
+build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev"
 test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev clang clang-format"
 
 # install_missing PACKAGE...: installs what is not there yet, and says so.

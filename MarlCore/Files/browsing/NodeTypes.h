@@ -63,9 +63,8 @@ public:
     static NodeType nodeTypeFromPath(const std::string& path) noexcept;
 
     /// The type of an item named `path` (the last component is enough) that has these attributes:
-    /// - a type code of the system's special folders makes a folder a special folder, and a file whose
-    /// extension is
-    ///   not known too;
+    /// - a type code of the system's special folders makes a special folder of a folder, and of a file whose
+    ///   extension is not known;
     /// - a folder is a folder, whatever its name, unless it is a package: those count as files;
     /// - a file has the type that its extension names, else the one that its type code names. For a folder
     ///   other codes mean nothing, since its attribute holds the place of its window in their stead;
