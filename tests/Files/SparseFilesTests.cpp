@@ -164,16 +164,18 @@ TEST(SparseFile, FindsMetadataBehindGigabytesOfSamples) {
     }
 }
 
-TEST(SparseFile, GivesUpAmongMillionsOfChunks) {
+TEST(SparseFile, GivesUpAmongThousandsOfChunks) {
+    constexpr long long kSpacing = 4096;  // a page for each header: no read serves two of them
+    constexpr long long kChunks = 5000;
     for (const Format& format : formats()) {
         SCOPED_TRACE(format.file);
         const auto header = static_cast<long long>(format.start.size());
         SparseFile sparse(format.file, 4 * kGiB);
         sparse.put(0, format.start);
-        // Spaced as no read-ahead likes it; the holes between them are no chunks of their own.
-        constexpr long long kSpacing = 4096;
-        for (long long i = 0; i < 5000; ++i)
+        for (long long i = 0; i < kChunks; ++i)
             sparse.put(header + i * kSpacing, format.chunk("skip", kSpacing - 8));
-        EXPECT_TRUE(support::isRefusalOfAParser(refusalOf(sparse.open())));
+        sparse.put(header + kChunks * kSpacing, format.chunk(format.samplesID, 1000));
+        EXPECT_EQ(refusalOf(sparse.open()),
+                  format.aiff ? "couldn't find sound data chunk tag" : "couldn't find data tag");
     }
 }
