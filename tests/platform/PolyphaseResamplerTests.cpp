@@ -54,8 +54,9 @@ TEST(PolyphaseResampler, StretchesInAnyOrderEqualTheWholeBitForBit) {
                 const auto first = static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(total));
                 const auto most = std::min<std::int64_t>(total - first, i < 30 ? 9 : 2000);
                 const auto count = 1 + static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(most));
-                const auto begin = whole.begin() + first;
-                ASSERT_EQ(resample(resampler, input, first, count), std::vector<float>(begin, begin + count))
+                const auto begin = whole.begin() + static_cast<std::ptrdiff_t>(first);
+                ASSERT_EQ(resample(resampler, input, first, count),
+                          std::vector<float>(begin, begin + static_cast<std::ptrdiff_t>(count)))
                     << count << " frames from " << first;
             }
         }

@@ -21,7 +21,7 @@ struct Bench {
 
 /// A short ringing tick, somewhere, wrapping around the end.
 void addTick(Bench& bench, float level, float hz, float seconds) {
-    const std::size_t at = bench.random.next() % bench.frames();
+    const auto at = static_cast<std::size_t>(bench.random.next() % bench.frames());
     const float pan = bench.random.uniform();
     const float step = hz / static_cast<float>(bench.rate);
     Decay fall(seconds, bench.rate);
