@@ -11,8 +11,8 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 target_compile_options(marl_options INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -ffp-contract=off -fno-math-errno)
 
-# Files over 2 GiB on 32-bit hosts. No header of the library has a type that depends on this.
-target_compile_definitions(marl_options INTERFACE _FILE_OFFSET_BITS=64)
+# Files over 2 GiB and dates after 2038 on 32-bit hosts. No header of the library has a type that depends on this.
+target_compile_definitions(marl_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 option(MARL_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 if(MARL_WARNINGS_AS_ERRORS)
