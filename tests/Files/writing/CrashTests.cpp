@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 /// What is left of a file when its writer is killed, or the disk is full.
 #include "FaultyDisk.h"
+#include "Witness.h"
 #include "WrittenFiles.h"
 #include "support/TemporaryFolder.h"
 
 #include <MarlCore/platform/ByteOrder.h>
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -66,12 +66,7 @@ public:
         EXPECT_TRUE(delivered.size() == expected.size() || (orOneMore && delivered.size() == least));
         EXPECT_TRUE(delivered == expected.substr(0, delivered.size()));
         expectFrontWithin(delivered.size() / bytesOfDeliveredFrame());
-        SF_INFO info = {};
-        SNDFILE* const file = sf_open(m_path.c_str(), SFM_READ, &info);
-        ASSERT_TRUE(file) << sf_strerror(nullptr);
-        EXPECT_EQ(static_cast<std::size_t>(info.frames), delivered.size() / bytesOfDeliveredFrame());
-        EXPECT_EQ(info.channels, m_format.channels);
-        sf_close(file);
+        expectWitnessAgrees(m_path, m_format, delivered.size() / bytesOfDeliveredFrame());
     }
 
 private:

@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: MIT
 /// The written files through libsndfile, which shares no code with this library.
+#include "Witness.h"
 #include "WrittenFiles.h"
 #include "support/TemporaryFolder.h"
 
 #include <MarlCore/platform/ByteOrder.h>
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
-
-#include <memory>
 
 namespace support {
 namespace {
-
-struct Closer {
-    void operator()(SNDFILE* file) const { sf_close(file); }
-};
-using SoundFile = std::unique_ptr<SNDFILE, Closer>;
 
 constexpr int kFrames = 66150;  // 1.5 seconds
 
