@@ -5,6 +5,9 @@
 build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev"
 test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev clang clang-format"
 
+# What tests for 32-bit PowerPC take: cross compiler, emulator, and GoogleTest's sources.
+cross_packages="g++-powerpc-linux-gnu qemu-user googletest"
+
 # install_missing PACKAGE...: installs what is not there yet, and says so.
 install_missing() {
   local missing=() package

@@ -189,7 +189,7 @@ TEST(NullReference, RefusesToBeCast) {
 }
 
 TEST(NullReferenceDeathTest, EndsTheProcessWhenDereferenced) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);
     const Ref null;
     EXPECT_DEATH(null->CountReferences(), "^MarlCore: a null shared reference was dereferenced\n");
     EXPECT_DEATH((*null).CountReferences(), "null shared reference");

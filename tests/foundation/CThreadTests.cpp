@@ -366,7 +366,7 @@ TEST(Thread, MayEndByItselfUnseen) {
 }
 
 TEST(ThreadDeathTest, EndsTheProcessWhenDestroyedWhileRunning) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);
     const auto destroyRunning = [] {
         Careless careless(false);
         careless.runWithPriority(0.5, kAnHour);

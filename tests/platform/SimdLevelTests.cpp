@@ -26,7 +26,7 @@ TEST(SimdLevel, PortableIsAlwaysAvailableAndComesFirst) {
 }
 
 TEST(SimdLevelDeathTest, EnvironmentForcesEachAvailableLevel) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);
     for (const SimdLevel level : availableSimdLevels()) {
         const std::string name = simdLevelName(level);
         EXPECT_EXIT(exitSayingForcedLevel(name.c_str()), testing::ExitedWithCode(0), "level=" + name);
@@ -34,7 +34,7 @@ TEST(SimdLevelDeathTest, EnvironmentForcesEachAvailableLevel) {
 }
 
 TEST(SimdLevelDeathTest, UnknownNameFallsBackToTheFastest) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);
     const std::string fastest = simdLevelName(availableSimdLevels().back());
     EXPECT_EXIT(exitSayingForcedLevel("quantum"), testing::ExitedWithCode(0), "level=" + fastest);
 }

@@ -351,7 +351,7 @@ void exitSayingChosenLevel(const std::string& forced) {
 
 // In a child process each, because a process chooses once.
 TEST(SampleKernelsDeathTest, TheForcedLevelIsTheOneThatRuns) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);
     for (const auto level : platform::availableSimdLevels()) {
         const std::string name = platform::simdLevelName(level);
         EXPECT_EXIT(exitSayingChosenLevel(name), testing::ExitedWithCode(0), "kernels=" + name);

@@ -1,0 +1,30 @@
+# SPDX-License-Identifier: MIT
+# What the tests need to know of the host that they run on: itself, or an emulator of the target.
+#   marl_test_timeout  seconds for a test case
+#   marl_program       what tests execute as the program marl
+if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+  set(marl_test_timeout 120)
+  set(marl_program $<TARGET_FILE:marl>)
+  target_compile_definitions(test_support PUBLIC MARL_DEATH_TEST_STYLE="threadsafe")
+  return()
+endif()
+
+# An emulated program is slow, and cannot execute itself as "threadsafe" death tests do: the kernel does not know
+# its format. "fast" ones fork only; under ctest, where each case has a process of its own, they check the same.
+set(marl_test_timeout 1200)
+target_compile_definitions(test_support PUBLIC MARL_DEATH_TEST_STYLE="fast")
+
+set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL ppc)
+  target_sources(test_support PRIVATE support/PowerPCEmulation.cpp)
+  add_library(powerpc_emulation SHARED support/PowerPCEmulation.cpp)
+  target_link_libraries(powerpc_emulation PRIVATE marl_options)
+  list(APPEND emulator -E LD_PRELOAD=$<TARGET_FILE:powerpc_emulation>)
+endif()
+
+# For the kernel a script is a program.
+set(marl_program ${CMAKE_CURRENT_BINARY_DIR}/marl)
+list(JOIN emulator " " emulator)
+file(GENERATE OUTPUT ${marl_program}
+  CONTENT "#!/bin/sh\nexec ${emulator} -0 marl $<TARGET_FILE:marl> \"$@\"\n"
+  FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
