@@ -24,8 +24,10 @@ void* allocateLarge(std::size_t size) noexcept {
 }
 
 std::byte* allocate(std::uint64_t bytes, bool zeroed) {
+    // Differences of pointers into the block must be counted too.
+    const bool isCountable = bytes <= static_cast<std::uint64_t>(PTRDIFF_MAX);
     const auto size = static_cast<std::size_t>(bytes);
-    void* const block = size != bytes             ? nullptr
+    void* const block = !isCountable              ? nullptr
                         : zeroed                  ? std::calloc(size ? size : 1, 1)
                         : size >= kWorthHugePages ? allocateLarge(size)
                                                   : std::malloc(size ? size : 1);

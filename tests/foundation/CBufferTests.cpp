@@ -55,8 +55,9 @@ TEST(Buffer, MadeFromNoBytesIsZeroedOnRequest) {
 }
 
 TEST(Buffer, TooLargeForTheMachineIsAnException) {
+    constexpr std::uint64_t kMost = SIZE_MAX;
     for (const bool zeroed : {false, true}) {
-        for (const std::size_t size : {SIZE_MAX, SIZE_MAX - kMiB, SIZE_MAX - 4 * kMiB, SIZE_MAX / 2 + 1}) {
+        for (const std::uint64_t size : {kMost, kMost - kMiB, kMost - 4 * kMiB, kMost / 2 + 1, UINT64_MAX}) {
             try {
                 const CBuffer buffer(size, zeroed);
                 FAIL() << size << " bytes";
