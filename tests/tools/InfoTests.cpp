@@ -284,10 +284,8 @@ private:
     rlimit m_before{};
 };
 
+#ifndef __SANITIZE_ADDRESS__  // which takes descriptors itself, to look at memory
 TEST(Info, ReportsAFolderThatCannotBeRead) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizers take descriptors themselves to look at memory";
-#endif
     const support::TemporaryFolder folder;
     Outcome outcome;
     {
@@ -301,6 +299,7 @@ TEST(Info, ReportsAFolderThatCannotBeRead) {
     EXPECT_NE(files[0]["error"].get<std::string>().find("Too many open files"), std::string::npos);
     EXPECT_EQ(outcome.err, "marl: " + folder.path() + ": " + files[0]["error"].get<std::string>() + "\n");
 }
+#endif
 
 TEST(Info, EndsWhenNobodyReadsOn) {
     const support::TemporaryFolder folder;
