@@ -47,4 +47,8 @@ list(APPEND marl_sources
   Files/writing/ChunkBuilderImpl.cpp
   Files/writing/MetadataImpl.cpp
   Files/writing/OutputFileImpl.cpp
+  # SearchEngine
+  SearchEngine/CFileIndexInfo.cpp
+  SearchEngine/SearchKey.cpp
+  SearchEngine/WholeTransfersImpl.cpp
 )
