@@ -49,6 +49,11 @@ list(APPEND marl_sources
   Files/writing/OutputFileImpl.cpp
   # SearchEngine
   SearchEngine/CFileIndexInfo.cpp
+  SearchEngine/CIndexFile.cpp
+  SearchEngine/CIndexFileHeader.cpp
+  SearchEngine/CIndexFileSearch.cpp
+  SearchEngine/CSearchKeySet.cpp
+  SearchEngine/OrganizedSearchResults.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
 )

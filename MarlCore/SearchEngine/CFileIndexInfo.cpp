@@ -257,7 +257,20 @@ bool CFileIndexInfo::readAt(int descriptor, std::int64_t offset) {
 
 void CFileIndexInfo::takeImage(const Image& image) noexcept {
     m_image = image;
-    m_image[kFileName + kLongestFileName] = std::byte{0};  // a foreign record may have no end of its name
+    endName();
+}
+
+/// A foreign record may have no end of its name.
+void CFileIndexInfo::endName() noexcept {
+    m_image[kFileName + kLongestFileName] = std::byte{0};
+}
+
+bool CFileIndexInfo::readAllAt(int descriptor, std::int64_t offset, std::span<CFileIndexInfo> records) {
+    static_assert(sizeof(CFileIndexInfo) == kSize);
+    const std::int64_t count = readWholeAt(descriptor, std::as_writable_bytes(records), offset);
+    if (count < 0) throwReadError();
+    for (CFileIndexInfo& record : records) record.endName();
+    return count == static_cast<std::int64_t>(records.size_bytes());
 }
 
 SearchKey CFileIndexInfo::keyAt(std::size_t offset) const noexcept {

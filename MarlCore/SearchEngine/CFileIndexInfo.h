@@ -37,6 +37,11 @@ public:
 
     using Image = std::array<std::byte, kSize>;
 
+    /// Nothing yet: to be read before anything else is asked of it.
+    struct Unread {};
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): thousands are made to be read into
+    explicit CFileIndexInfo(Unread) noexcept {}
+
     /// A file without a name, in 4/4, indexed now.
     CFileIndexInfo();
 
@@ -107,6 +112,8 @@ public:
     /// The same at a byte `offset` from the start of the file. `readAt` returns whether the file held it.
     void writeAt(int descriptor, std::int64_t offset) const;
     bool readAt(int descriptor, std::int64_t offset);
+    /// Fills `records`, which lie one behind the other in the file.
+    static bool readAllAt(int descriptor, std::int64_t offset, std::span<CFileIndexInfo> records);
 
 private:
     template <class Visitor>
@@ -122,6 +129,7 @@ private:
     SearchKey keyAt(std::size_t offset) const noexcept;
     void setKeyAt(std::size_t offset, const SearchKey& key) noexcept;
     void takeImage(const Image& image) noexcept;
+    void endName() noexcept;
 
     Image m_image;
 };

@@ -11,7 +11,8 @@ bool writeWholeAt(int descriptor, std::span<const std::byte> bytes, std::int64_t
     while (!bytes.empty()) {
         const ssize_t count = ::pwrite(descriptor, bytes.data(), bytes.size(), offset);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
+        if (count == 0) errno = ENOSPC;
+        if (count <= 0) return false;
         bytes = bytes.subspan(static_cast<std::size_t>(count));
         offset += count;
     }

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Finding files in an index.
+#include <MarlCore/SearchEngine/CIndexFile.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <numeric>
+#include <optional>
+#include <string_view>
+
+namespace marl {
+
+namespace {
+
+char lowerCase(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool isSameLetter(char a, char b) noexcept {
+    return lowerCase(a) == lowerCase(b);
+}
+
+std::size_t charactersIn(std::string_view utf8) noexcept {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(utf8, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+/// One character names the beginning of file names, more of them any part of a path.
+bool nameMatches(std::string_view path, std::string_view filter) noexcept {
+    if (filter.empty()) return true;
+    if (charactersIn(filter) > 1) return !std::ranges::search(path, filter, isSameLetter).empty();
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    return name.size() >= filter.size() &&
+           std::equal(filter.begin(), filter.end(), name.begin(), isSameLetter);
+}
+
+/// How many times longer the other list must be for a look-up of each to beat a walk along both.
+constexpr std::size_t kWorthLookingUp = 16;
+
+/// Leaves in `fileIDs` what `others` has too. Both ascend.
+void intersect(std::vector<std::int32_t>& fileIDs, std::span<const std::int32_t> others) {
+    if (others.size() / kWorthLookingUp > fileIDs.size()) {
+        auto from = others.begin();
+        std::erase_if(fileIDs, [&](std::int32_t fileID) {
+            from = std::lower_bound(from, others.end(), fileID);
+            return from == others.end() || *from != fileID;
+        });
+        return;
+    }
+    const auto end =
+        std::set_intersection(fileIDs.begin(), fileIDs.end(), others.begin(), others.end(), fileIDs.begin());
+    fileIDs.erase(end, fileIDs.end());
+}
+
+}  // namespace
+
+int CIndexFile::search(std::span<const SearchKey> keys, const SearchFilters& filters,
+                       const halyard::CStringRef& nameFilter, int projectKey, OrganizedSearchResults& results,
+                       bool organize) {
+    std::optional<halyard::CAutoMutex> lock;
+    if (m_underMutexControl) lock.emplace(*m_mutex);
+    return processSearchResults(filesWith(keys), keys, filters, nameFilter, projectKey, results, organize);
+}
+
+/// The files that carry every key, by ascending identifier.
+std::vector<std::int32_t> CIndexFile::filesWith(std::span<const SearchKey> keys) const {
+    std::vector<std::int32_t> fileIDs;
+    if (keys.empty()) {
+        fileIDs.resize(m_filterFields.size());
+        std::iota(fileIDs.begin(), fileIDs.end(), 1);
+        return fileIDs;
+    }
+    std::vector<std::span<const std::int32_t>> lists;
+    for (const SearchKey& key : keys) lists.push_back(m_keys.find(key));
+    std::ranges::sort(lists, {}, &std::span<const std::int32_t>::size);  // the shortest bounds the work
+    fileIDs.assign(lists.front().begin(), lists.front().end());
+    for (const auto& list : std::span(lists).subspan(1)) intersect(fileIDs, list);
+    return fileIDs;
+}
+
+int CIndexFile::processSearchResults(std::span<const std::int32_t> fileIDs, std::span<const SearchKey> keys,
+                                     const SearchFilters& filters, const halyard::CStringRef& nameFilter,
+                                     int projectKey, OrganizedSearchResults& results, bool organize) const {
+    const std::string_view name = nameFilter ? nameFilter->getStringRef() : std::string_view();
+    int found = 0;
+    for (const std::int32_t fileID : fileIDs) {
+        const auto place = static_cast<std::size_t>(fileID) - 1;
+        if (place >= m_filterFields.size() || !passes(m_filterFields[place], filters, projectKey)) continue;
+        // The record decides: another process may have changed it since the keys were read.
+        const auto readMatching = [&](CFileIndexInfo& record) {
+            return record.readAt(m_descriptor, placeOf(fileID)) && record.getFileID() == fileID &&
+                   passes(filterFieldsOf(record), filters, projectKey) &&
+                   std::ranges::all_of(keys, [&](const SearchKey& key) { return record.carries(key); }) &&
+                   nameMatches(record.getFileName(), name);
+        };
+        if (results.addFilled(readMatching, organize)) ++found;
+    }
+    return found;
+}
+
+CIndexFile::FilterFields CIndexFile::filterFieldsOf(const CFileIndexInfo& record) noexcept {
+    return {record.getTimeSignature(), record.getKeyType(), record.getContentFileType(),
+            record.getAdditionalInfo().midiRootNote, record.getFileID() > 0};
+}
+
+bool CIndexFile::passes(const FilterFields& fields, const SearchFilters& filters, int projectKey) noexcept {
+    constexpr tagging::TimeSignature kAny{0, 0};
+    if (!fields.isThere) return false;
+    const bool hasKey = fields.midiRootNote != 0;
+    if (filters.keyType != 0 && hasKey && fields.keyType != filters.keyType) return false;
+    if (!(filters.timeSignature == kAny) && !(fields.timeSignature == filters.timeSignature)) return false;
+    if (projectKey == 0 || fields.contentFileType != 0 || !hasKey) return true;
+    const std::int64_t distance = std::int64_t{fields.midiRootNote} - projectKey;
+    return distance >= -std::int64_t{filters.keyTolerance} && distance <= filters.keyTolerance;
+}
+
+int CIndexFile::getLivingFileCount() const noexcept {
+    return static_cast<int>(std::ranges::count_if(m_filterFields, &FilterFields::isThere));
+}
+
+int CIndexFile::getLivingFileCount(const SearchKey& key) const noexcept {
+    return static_cast<int>(std::ranges::count_if(m_keys.find(key), [&](std::int32_t fileID) {
+        const auto place = static_cast<std::size_t>(fileID) - 1;
+        return place < m_filterFields.size() && m_filterFields[place].isThere;
+    }));
+}
+
+}  // namespace marl

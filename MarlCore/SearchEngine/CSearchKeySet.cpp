@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include <MarlCore/SearchEngine/CSearchKeySet.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace marl {
+
+void KeyPostings::add(const SearchKey& spelling, std::int32_t fileID) {
+    if (m_spellings.empty() || m_spellings.back().key.bytes() != spelling.bytes())
+        m_spellings.push_back({spelling, m_fileIDs.size()});
+    const bool ascends = m_fileIDs.empty() || fileID > m_fileIDs.back();
+    if (m_isAscending && !ascends) {
+        m_isAscending = false;
+        m_sorted = m_fileIDs;
+    }
+    m_fileIDs.push_back(fileID);
+    if (!m_isAscending) addSorted(fileID);
+}
+
+void KeyPostings::addSorted(std::int32_t fileID) {
+    const auto place = std::ranges::lower_bound(m_sorted, fileID);
+    if (place == m_sorted.end() || *place != fileID) m_sorted.insert(place, fileID);
+}
+
+void KeyPostings::remove(std::span<const std::int32_t> fileIDs) {
+    const auto isRemoved = [&](std::int32_t fileID) { return std::ranges::binary_search(fileIDs, fileID); };
+    if (std::ranges::none_of(m_fileIDs, isRemoved)) return;
+    KeyPostings kept;
+    forEach([&](const SearchKey& key, std::int32_t fileID) {
+        if (!isRemoved(fileID)) kept.add(key, fileID);
+    });
+    *this = std::move(kept);
+}
+
+void CSearchKeySet::insert(const CSearchKeyIndex& entry) {
+    const SearchKey& key = entry.getSearchKey();
+    if (!m_last || !(m_last->key() == key)) m_last = &m_postings[key];
+    m_last->add(key, entry.getFileID());
+    ++m_size;
+}
+
+void CSearchKeySet::clear() noexcept {
+    m_postings.clear();
+    m_last = nullptr;
+    m_size = 0;
+}
+
+void CSearchKeySet::erase(std::span<const std::int32_t> fileIDs) {
+    m_last = nullptr;
+    for (auto place = m_postings.begin(); place != m_postings.end();) {
+        KeyPostings& postings = place->second;
+        const std::size_t before = postings.size();
+        postings.remove(fileIDs);
+        m_size -= before - postings.size();
+        place = postings.size() == 0 ? m_postings.erase(place) : std::next(place);
+    }
+}
+
+std::span<const std::int32_t> CSearchKeySet::find(const SearchKey& key) const noexcept {
+    const auto place = m_postings.find(key);
+    return place == m_postings.end() ? std::span<const std::int32_t>() : place->second.ascending();
+}
+
+}  // namespace marl
