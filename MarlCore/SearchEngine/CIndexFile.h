@@ -13,6 +13,7 @@
 #include <MarlCore/foundation/CString.h>
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -96,7 +97,8 @@ public:
     /// Deletes the file. This object holds nothing then.
     void removeFile();
 
-    /// Reads everything again when another process has changed the file. One that is deleted becomes empty.
+    /// Reads everything again when another process has changed the file, for the holder of the contents. One
+    /// that is deleted becomes empty, and new.
     void reloadIfChanged();
 
     /// Finds the files that carry all `keys`, or every file when there are none, and that pass the filters,
@@ -184,6 +186,17 @@ private:
     bool m_dirty = false;  // records or keys have changed since the last flush
     std::int64_t m_appendPosition = 0;
     Version m_version;
+};
+
+/// Holds the mutex of an index file for the length of a scope, if it is under mutex control.
+class MARLCORE_EXPORT CIndexingMutexHelper {
+public:
+    explicit CIndexingMutexHelper(const CIndexFile& file) {
+        if (file.isUnderMutexControl()) m_lock.emplace(*file.getMutex());
+    }
+
+private:
+    std::optional<halyard::CAutoMutex> m_lock;
 };
 
 using CIndexFileRef = halyard::CSharedObjectRef<CIndexFile>;

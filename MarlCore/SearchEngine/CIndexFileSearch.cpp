@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iterator>
 #include <numeric>
-#include <optional>
 #include <string_view>
 
 namespace marl {
@@ -58,8 +57,7 @@ void intersect(std::vector<std::int32_t>& fileIDs, std::span<const std::int32_t>
 int CIndexFile::search(std::span<const SearchKey> keys, const SearchFilters& filters,
                        const halyard::CStringRef& nameFilter, int projectKey, OrganizedSearchResults& results,
                        bool organize) {
-    std::optional<halyard::CAutoMutex> lock;
-    if (m_underMutexControl) lock.emplace(*m_mutex);
+    const CIndexingMutexHelper lock(*this);
     return processSearchResults(filesWith(keys), keys, filters, nameFilter, projectKey, results, organize);
 }
 

@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: MIT
+// Bringing an index in line with its folder tree.
+#include <MarlCore/SearchEngine/CIndexingThread.h>
+#include <MarlCore/SearchEngine/CSearchEngine.h>
+#include <MarlCore/foundation/CException.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include <dirent.h>
+#include <unistd.h>
+
+namespace marl {
+
+using halyard::CException;
+
+namespace {
+
+/// Records looked at in a batch for each file that may be examined: they cost so much less.
+constexpr int kRecordsPerFile = 64;
+
+// What has been found is stored together: each time the whole key index is written behind the records. A
+// tenth of the records that there are keeps the sum of that in proportion, the limits keep a killed pass from
+// losing much and memory from filling.
+constexpr std::size_t kLeastChanges = 1024, kMostChanges = 32768, kShareOfRecords = 10;
+
+/// The state that an update moves an index to.
+std::int32_t stateOfUpdate(std::int32_t state) noexcept {
+    return state == kIndexIsNew || state == kIndexingAnew ? kIndexingAnew : kIndexUpdating;
+}
+
+[[noreturn]] void throwFileError(int error, const char* format, const std::string& path) {
+    CException failure(halyard::kFileIOError, error);
+    failure.concatMessage(format, path.c_str());
+    failure.concatMessage(": %s", std::strerror(error));
+    failure.Throw();
+}
+
+/// A folder that is missing or may not be read does not mean that its files have gone.
+void requireReadableFolder(const std::string& path) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), ::closedir);
+    if (!folder) throwFileError(errno, "failed to read the folder '%s'", path);
+}
+
+bool isUnder(std::string_view path, std::string_view folder) noexcept {
+    return path.starts_with(folder) &&
+           (folder.ends_with('/') || (path.size() > folder.size() && path[folder.size()] == '/'));
+}
+
+/// Gives the right to update an index back when a pass cannot begin.
+class UpdateLock {
+public:
+    explicit UpdateLock(CIndexFile& file) : m_file(&file) {
+        if (!file.lockForUpdate())
+            throwFileError(EBUSY, "the index of '%s' is being brought up to date by another process",
+                           file.getRootDirectory());
+    }
+    UpdateLock(const UpdateLock&) = delete;
+    UpdateLock& operator=(const UpdateLock&) = delete;
+    ~UpdateLock() {
+        if (m_file) m_file->unlockAfterUpdate();
+    }
+    void keep() noexcept { m_file = nullptr; }
+
+private:
+    CIndexFile* m_file;
+};
+
+}  // namespace
+
+// ---- A pass ----
+
+void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& state) {
+    halyard::throwIfNull(file, "file");
+    const std::string& root = file->getRootDirectory();
+    state.file = file;
+    state.status.rootDirectory = root;
+    requireReadableFolder(root);
+    UpdateLock lock(*file);
+    file->enableMutexControl(true);
+    getFileSyncInfoSet(
+        root.c_str(), state.listing,
+        [this](const std::string& path) { return m_fileIndexer.shouldAddFile(path); }, state.cancelled,
+        state.report);
+    refresh(*file);
+    if (file->getState() == kIndexIsDamaged) throwFileError(EUCLEAN, "the index of '%s' is damaged", root);
+    {
+        const CIndexingMutexHelper mutex(*file);
+        file->matchKeysToRecords();
+        file->setState(stateOfUpdate(file->getState()));
+    }
+    lock.keep();
+    state.problems = state.report.refusedFiles;
+    state.lastRecord = file->getFileCount();
+    SearchIndexingStatus& status = state.status;
+    status.filesRefused = static_cast<int>(state.problems.size());
+    status.danglingLinks = state.report.danglingLinks;
+    status.unreadableFolders = static_cast<int>(state.report.unreadableFolders.size());
+    status.filesToDo = state.lastRecord + static_cast<int>(state.listing.size());
+}
+
+bool CSearchEngine::indexOnce(IndexingState& state) {
+    const auto isDone = [&] { return state.nextRecord > state.lastRecord && state.listing.empty(); };
+    const int examinedBefore =
+        state.status.filesAdded + state.status.filesUpdated + state.status.filesRefused;
+    const auto examined = [&] {
+        return state.status.filesAdded + state.status.filesUpdated + state.status.filesRefused -
+               examinedBefore;
+    };
+    int steps = state.batchLimit * kRecordsPerFile;
+    while (!state.cancelled && !isDone() && steps-- > 0 && examined() < state.batchLimit) {
+        if (state.nextRecord <= state.lastRecord)
+            indexRecord(state);
+        else
+            indexNewFile(state);
+    }
+    const auto share = static_cast<std::size_t>(state.file->getFileCount()) / kShareOfRecords;
+    if (state.changes.size() >= std::clamp(share, kLeastChanges, kMostChanges)) {
+        const std::int32_t stateInMemory = state.file->getState();
+        state.file->setState(kIndexIsIncomplete);  // on disk, so that what there is can be searched
+        state.hasStored = true;
+        store(state);
+        state.file->setState(stateInMemory);
+    }
+    state.completed = isDone();
+    return !state.cancelled && !state.completed;
+}
+
+/// Compares the next record with its file.
+void CSearchEngine::indexRecord(IndexingState& state) {
+    const std::int32_t fileID = state.nextRecord++;
+    SearchIndexingStatus& status = state.status;
+    IndexingState::Change change;
+    state.file->readFileInfo(fileID, change.record);
+    const std::string path = change.record.getFileName();
+    const bool wasThere = change.record.getFileID() > 0;
+    const auto place = state.listing.find(CFileSyncInfo(path.substr(0, CFileSyncInfo::kSize - 1).c_str()));
+    ++status.filesDone;
+
+    if (place == state.listing.end()) {
+        const bool isUnknown =
+            std::ranges::any_of(state.report.unreadableFolders,
+                                [&](const PathProblem& folder) { return isUnder(path, folder.path); });
+        if (!wasThere) return;
+        if (isUnknown) {
+            ++status.filesKept;
+            return;
+        }
+        ++status.filesGone;
+        change.record.setFileID(-fileID);
+        state.changes.push_back(std::move(change));
+        return;
+    }
+
+    const bool hasChanged = place->getModificationTime() > change.record.getIndexTime();
+    state.listing.erase(place);
+    --status.filesToDo;
+    change.record.setFileID(fileID);
+    if (hasChanged) {
+        if (examine(state, path, change)) {
+            ++status.filesUpdated;
+        } else {
+            change.record.setFileID(-fileID);  // what stood in it is there no more
+            if (!wasThere) return;
+        }
+    } else if (wasThere) {
+        ++status.filesUnchanged;
+        return;
+    } else {
+        ++status.filesReturned;
+    }
+    state.changes.push_back(std::move(change));
+}
+
+void CSearchEngine::indexNewFile(IndexingState& state) {
+    const std::string path = state.listing.begin()->getFileName();
+    state.listing.erase(state.listing.begin());
+    ++state.status.filesDone;
+    IndexingState::Change change;
+    if (!examine(state, path, change)) return;
+    ++state.status.filesAdded;
+    state.changes.push_back(std::move(change));
+}
+
+/// Makes the record of a file, under the identifier that `change` has. Notes why when there is none.
+bool CSearchEngine::examine(IndexingState& state, const std::string& path, IndexingState::Change& change) {
+    const std::int32_t fileID = change.record.getFileID();
+    // A file that is written to in the very second in which it is examined must count as changed next time.
+    const auto indexTime = static_cast<std::int32_t>(std::time(nullptr) - 1);
+    FileIndexResult result;
+    m_fileIndexer.examineFile(path, result);
+    if (!result.isIndexed) {
+        ++state.status.filesRefused;
+        ++m_notIndexable;
+        state.problems.push_back({path, result.reason});
+        return false;
+    }
+    change.record = result.record;
+    change.record.setFileID(fileID);
+    change.record.setIndexTime(indexTime);
+    change.keys = std::move(result.keys);
+    return true;
+}
+
+/// Writes the changes, and the index as it is with them.
+void CSearchEngine::store(IndexingState& state) {
+    CIndexFile& file = *state.file;
+    std::vector<IndexingState::Change> changes = std::exchange(state.changes, {});  // once, whatever happens
+    const CIndexingMutexHelper mutex(file);
+    const CIndexFile::ContentsScope contents(file, true);
+    std::int32_t newRecords = 0;
+    std::size_t newEntries = 0;
+    std::vector<std::int32_t> replaced;
+    for (const IndexingState::Change& change : changes) {
+        const std::int32_t fileID = change.record.getFileID();
+        if (fileID == 0) ++newRecords;
+        if (change.keys) newEntries += change.keys->size();
+        if (change.keys && fileID != 0) replaced.push_back(fileID);
+    }
+    file.reserve(newRecords, newEntries);
+    if (!replaced.empty())
+        file.removeEntriesFromSearchKeySet(replaced);  // in the order of records: ascending
+    for (IndexingState::Change& change : changes) {
+        std::int32_t fileID = change.record.getFileID();
+        if (fileID == 0)
+            fileID = file.appendFileInfo(change.record);
+        else
+            file.writeFileInfo(std::abs(fileID), change.record);
+        if (change.keys) file.updateSearchKeySet(fileID, *change.keys);
+    }
+    file.flushChanges();
+}
+
+void CSearchEngine::finishIndexing(IndexingState& state) {
+    CIndexFile& file = *state.file;
+    file.setState(state.completed ? kIndexIsComplete : kIndexIsIncomplete);
+    state.status.isFinished = true;
+    try {
+        store(state);
+        const CIndexingMutexHelper mutex(file);
+        const CIndexFile::ContentsScope contents(file, true);
+        if (state.hasStored) file.writeHeader();  // it says incomplete
+    } catch (...) {
+        file.unlockAfterUpdate();
+        throw;
+    }
+    file.unlockAfterUpdate();
+    state.status.isComplete = state.completed;
+}
+
+// ---- Passes from beginning to end ----
+
+void CSearchEngine::index(const CIndexFileRef& file, IndexingState& state,
+                          const std::function<bool(const SearchIndexingStatus&)>& proceed) {
+    startIndexing(file, state);
+    try {
+        while (indexOnce(state))
+            if (proceed && !proceed(state.status)) break;
+    } catch (...) {
+        finishIndexing(state);
+        throw;
+    }
+    finishIndexing(state);
+}
+
+void CSearchEngine::index1Directory(const std::string& path) {
+    CIndexFileRef file = findIndexFileForDirectory(path);
+    if (!file) file = createIndexFile(path);
+    updateIndex(file, false);
+}
+
+void CSearchEngine::updateIndex(const CIndexFileRef& file, bool background) {
+    halyard::throwIfNull(file, "file");
+    if (file->getState() == kIndexIsDamaged) return;
+    if (!background) {
+        IndexingState state;
+        return index(file, state);
+    }
+    stopBackgroundIndexing();
+    m_thread = halyard::CSharedObjectRef<CIndexingThread>(new CIndexingThread(*this, file));
+    m_thread->runWithPriority(0.0, -1);
+}
+
+void CSearchEngine::stopBackgroundIndexing() {
+    if (m_thread) m_thread->stop();
+}
+
+bool CSearchEngine::getBackgroundStatus(SearchIndexingStatus& status) const {
+    if (!m_thread) return false;
+    m_thread->getBackgroundStatus(status);
+    return true;
+}
+
+bool CSearchEngine::backgroundIndexCompleted() const {
+    return m_thread && m_thread->isIndexingComplete();
+}
+
+}  // namespace marl
