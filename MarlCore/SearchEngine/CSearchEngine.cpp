@@ -96,10 +96,7 @@ CSearchEngine::~CSearchEngine() {
 }
 
 CSearchEngineRef CSearchEngine::New() {
-    const CSearchEngineRef engine(new CSearchEngine);
-    engine->m_fileIndexer.loadIndexSets();
-    engine->m_fileIndexer.loadSearchKeyTranslation();
-    return engine;
+    return CSearchEngineRef(new CSearchEngine);
 }
 
 void CSearchEngine::setDeleteNotIndexableFiles(bool deleteThem) noexcept {

@@ -34,6 +34,7 @@ struct KeywordCount {
 /// `CException` (file error, the code is errno) for what the system refuses.
 class MARLCORE_EXPORT CSearchEngine : public halyard::CSharedObject {
 public:
+    /// Throws what `CFileIndexer` throws when the keyword dictionary is missing.
     static halyard::CSharedObjectRef<CSearchEngine> New();
     ~CSearchEngine() override;
 

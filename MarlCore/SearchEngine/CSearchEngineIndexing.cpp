@@ -194,7 +194,7 @@ bool CSearchEngine::examine(IndexingState& state, const std::string& path, Index
     const auto indexTime = static_cast<std::int32_t>(std::time(nullptr) - 1);
     FileIndexResult result;
     m_fileIndexer.examineFile(path, result);
-    if (!result.isIndexed) {
+    if (result.outcome != FileIndexResult::Outcome::kIndexed) {
         ++state.status.filesRefused;
         ++m_notIndexable;
         state.problems.push_back({path, result.reason});
