@@ -53,6 +53,7 @@ list(APPEND marl_sources
   SearchEngine/CIndexFileHeader.cpp
   SearchEngine/CIndexFileSearch.cpp
   SearchEngine/CSearchKeySet.cpp
+  SearchEngine/LocalizedKeyword.cpp
   SearchEngine/OrganizedSearchResults.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
