@@ -14,6 +14,7 @@ list(APPEND marl_sources
   platform/RateRatio.cpp
   platform/SimdLevel.cpp
   platform/URL.cpp
+  platform/UTF8.cpp
   # foundation
   foundation/CBuffer.cpp
   foundation/CException.cpp

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/CString.h>
 
+#include <MarlCore/platform/UTF8.h>
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -33,22 +35,11 @@ constexpr UpperHalf kWindowsLatin1 =
     u"\u00F0\u00F1\u00F2\u00F3\u00F4\u00F5\u00F6\u00F7\u00F8\u00F9\u00FA\u00FB\u00FC\u00FD\u00FE\u00FF";
 
 /// Appends one code point of the basic plane.
-void appendUTF8(std::string& text, char16_t point) {
-    if (point < 0x80) {
-        text += static_cast<char>(point);
-    } else if (point < 0x800) {
-        text += {static_cast<char>(0xC0 | point >> 6), static_cast<char>(0x80 | (point & 0x3F))};
-    } else {
-        text += {static_cast<char>(0xE0 | point >> 12), static_cast<char>(0x80 | (point >> 6 & 0x3F)),
-                 static_cast<char>(0x80 | (point & 0x3F))};
-    }
-}
-
 std::string decode(std::string_view bytes, const UpperHalf& upperHalf) {
     std::string text;
     for (char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
-        appendUTF8(text, byte < 0x80 ? char16_t{byte} : upperHalf[byte - 0x80]);
+        platform::appendUTF8(text, byte < 0x80 ? char32_t{byte} : upperHalf[byte - 0x80]);
     }
     return text;
 }
@@ -72,26 +63,6 @@ std::string_view firstBytes(const CBufferRef& buffer, int length) {
 
 unsigned char folded(char c, bool ignoreCase) noexcept {
     return static_cast<unsigned char>(ignoreCase && c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-}
-
-/// The length in bytes of the well-formed sequence at the start of `text`, or 0.
-std::size_t sequenceLength(std::string_view text) noexcept {
-    const auto at = [text](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
-    };
-    const auto continues = [&](std::size_t i) { return (at(i) & 0xC0) == 0x80; };
-    const unsigned first = at(0), second = at(1);
-    if (first < 0x80) return 1;
-    if (first >= 0xC2 && first <= 0xDF) return continues(1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool overlong = first == 0xE0 && second < 0xA0, surrogate = first == 0xED && second > 0x9F;
-        return continues(1) && continues(2) && !overlong && !surrogate ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        const bool overlong = first == 0xF0 && second < 0x90, beyond = first == 0xF4 && second > 0x8F;
-        return continues(1) && continues(2) && continues(3) && !overlong && !beyond ? 4 : 0;
-    }
-    return 0;
 }
 
 }  // namespace
@@ -140,7 +111,7 @@ CStringRef asString(const CDataValueRef& value) {
 
 bool isValidUTF8(std::string_view text) noexcept {
     while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
+        const std::size_t length = platform::utf8SequenceLength(text);
         if (length == 0) return false;
         text.remove_prefix(length);
     }
