@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/foundation/FileUtilities.h>
 
+#include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -85,24 +86,6 @@ TEST(TemporaryFileName, HoldsOnlyWhatAFileNameCanHold) {
     }
 }
 
-/// Sets an environment variable, or removes it, for the length of a scope.
-class Environment {
-public:
-    Environment(const char* name, const char* value) : m_name(name) {
-        if (const char* const old = std::getenv(name)) m_old = old;
-        set(value);
-    }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-    ~Environment() { set(m_old ? m_old->c_str() : nullptr); }
-
-private:
-    void set(const char* value) { value ? ::setenv(m_name, value, 1) : ::unsetenv(m_name); }
-
-    const char* m_name;
-    std::optional<std::string> m_old;
-};
-
 TEST(TemporaryFileName, LiesInTheSystemsFolderWithoutOne) {
     const auto nameInNoFolder = [](const CStringRef& folder) {
         return FileUtilities::generateTemporaryFileName(folder, CSTR("Take"))->getStringRef();
@@ -110,11 +93,11 @@ TEST(TemporaryFileName, LiesInTheSystemsFolderWithoutOne) {
     for (const CStringRef& none : {CStringRef(), CSTR("")}) {
         {
             const support::TemporaryFolder folder;
-            const Environment variable("TMPDIR", folder.path().c_str());
+            const support::EnvironmentVariable variable("TMPDIR", folder.path().c_str());
             EXPECT_TRUE(nameInNoFolder(none).starts_with(folder.path("Take-")));
         }
         for (const char* unset : {static_cast<const char*>(nullptr), ""}) {
-            const Environment variable("TMPDIR", unset);
+            const support::EnvironmentVariable variable("TMPDIR", unset);
             EXPECT_TRUE(nameInNoFolder(none).starts_with("/tmp/Take-"));
         }
     }
