@@ -11,10 +11,15 @@ list(APPEND marl_sources
   platform/PolyphaseKernels.cpp
   platform/PolyphaseKernelsAvx2.cpp
   platform/PolyphaseResampler.cpp
+  platform/PropertyList.cpp
+  platform/PropertyListReader.cpp
+  platform/PropertyListText.cpp
+  platform/PropertyListWriter.cpp
   platform/RateRatio.cpp
   platform/SimdLevel.cpp
   platform/URL.cpp
   platform/UTF8.cpp
+  platform/XMLScanner.cpp
   # foundation
   foundation/CBuffer.cpp
   foundation/CException.cpp
