@@ -4,6 +4,7 @@ list(APPEND marl_sources
   platform/AbsoluteTime.cpp
   platform/AudioConverter.cpp
   platform/AudioStreamBasicDescription.cpp
+  platform/Bundle.cpp
   platform/Exception.cpp
   platform/LowPassKernel.cpp
   platform/PlanarSamples.cpp
