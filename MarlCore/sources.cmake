@@ -60,6 +60,7 @@ list(APPEND marl_sources
   SearchEngine/CIndexFileHeader.cpp
   SearchEngine/CIndexFileSearch.cpp
   SearchEngine/CSearchKeySet.cpp
+  SearchEngine/KeywordDictionary.cpp
   SearchEngine/LocalizedKeyword.cpp
   SearchEngine/OrganizedSearchResults.cpp
   SearchEngine/SearchKey.cpp
