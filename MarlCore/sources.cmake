@@ -56,13 +56,16 @@ list(APPEND marl_sources
   Files/writing/OutputFileImpl.cpp
   # SearchEngine
   SearchEngine/CFileIndexInfo.cpp
+  SearchEngine/CFileIndexer.cpp
   SearchEngine/CIndexFile.cpp
   SearchEngine/CIndexFileHeader.cpp
   SearchEngine/CIndexFileSearch.cpp
   SearchEngine/CSearchKeySet.cpp
+  SearchEngine/FileTags.cpp
   SearchEngine/KeywordDictionary.cpp
   SearchEngine/LocalizedKeyword.cpp
   SearchEngine/OrganizedSearchResults.cpp
+  SearchEngine/PathWords.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
 )

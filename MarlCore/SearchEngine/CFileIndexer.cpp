@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: MIT
+#include <MarlCore/SearchEngine/CFileIndexer.h>
+
+#include <MarlCore/Files/IFile.h>
+#include <MarlCore/Files/browsing/NodeTypes.h>
+#include <MarlCore/SearchEngine/PathWords.h>
+#include <MarlCore/foundation/CException.h>
+#include <MarlCore/platform/Bundle.h>
+#include <MarlCore/platform/UTF8.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <unistd.h>
+
+namespace marl {
+namespace {
+
+using halyard::CException;
+using halyard::kFileIOError;
+using platform::Bundle;
+using platform::PropertyList;
+
+constexpr char kDictionaryName[] = "Keyword Dictionary", kDictionaryType[] = "plist";
+constexpr char kTranslationName[] = "additionalData", kTranslationType[] = "dat";
+
+constexpr std::int16_t kMusicalContent = 0;  // content file type of a loop
+constexpr float kNoTempo = -1;
+
+/// The path and the contents of a file that the library ships.
+std::pair<std::string, PropertyList> shippedList(const char* name, const char* type) {
+    const auto path = Bundle::pathForResource(name, type);
+    if (!path) {
+        CException failure(kFileIOError, ENOENT);
+        failure.concatMessage("couldn't find the resource '%s.%s'", name, type);
+        failure.Throw();
+    }
+    try {
+        return {*path, PropertyList::load(*path)};
+    } catch (const platform::PropertyListError& error) {
+        throw CException(kFileIOError, 0, error.reason().c_str());
+    }
+}
+
+/// Hands the path and the contents of a user's file of that name to `use`, when there is one. A malformed one
+/// is a problem of the dictionary.
+template <typename Use>
+void withUserList(const char* name, const char* type, KeywordDictionary& dictionary, Use use) {
+    const auto folder = Bundle::userFolder();
+    if (!folder) return;
+    const std::string path = *folder + '/' + name + '.' + type;
+    std::error_code error;
+    if (std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found) return;
+    try {
+        use(PropertyList::load(path), path);
+    } catch (const platform::PropertyListError& fault) {
+        dictionary.addProblem(fault.reason());
+    }
+}
+
+/// At most the 29 bytes of a key, and no half character at their end.
+SearchKey boundedKey(std::string_view text) noexcept {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const std::size_t next = std::max<std::size_t>(platform::utf8SequenceLength(text.substr(length)), 1);
+        if (length + next >= SearchKey::kSize) break;
+        length += next;
+    }
+    return SearchKey(text.substr(0, length));
+}
+
+/// Beats a minute, or `kNoTempo`: for a one-shot, and where there is no duration that the beats could be
+/// spread over. Always finite.
+float tempoOf(const IFileParser& parser) noexcept {
+    const double seconds = parser.getLengthInSeconds(), beats = parser.getLengthInQuarterNotes();
+    if (parser.getFileType() == tagging::kFileTypeOneShot || !(seconds > 0) || beats < 0) return kNoTempo;
+    const auto tempo = static_cast<float>(beats * 60 / seconds);
+    return std::isfinite(tempo) ? tempo : kNoTempo;
+}
+
+AdditionalFileInfo additionalInfoOf(const IFileParser& parser) noexcept {
+    AdditionalFileInfo info;
+    info.tempo = tempoOf(parser);
+    info.midiRootNote = parser.getMidiRootNote();
+    info.numberOfBeats = parser.getNumberOfBeats();
+    // Both in the units of the time signature; a file that states none differs from what was derived.
+    info.sourceBeatsDiffer = parser.getSourceFileNumberOfBeats() != parser.getNaturalNumberOfBeats();
+    info.lacksTransients = !parser.didSourceFileHaveTransients();
+    info.lacksSearchTags = !parser.didSourceFileHaveSearchTags();
+    return info;
+}
+
+std::int16_t contentFileTypeOf(const IFileParser& parser) noexcept {
+    const int type = parser.getFileType();
+    return type == tagging::kFileTypeLoop ? kMusicalContent : static_cast<std::int16_t>(type);
+}
+
+/// Opens the file at `path` and reads what a record needs. Whether there are slice points suffices of those.
+IFileRef openForMetadata(const std::string& path) {
+    const CURLRef url(new CURL(halyard::CSTR(path), CURL::kPOSIXPathStyle, false));
+    const IFileRef file(IFile::New(url, false));
+    file->getFileParserRef()->parse(IFileParser::kFormatInfo | IFileParser::kBasicTaggingInfo |
+                                    IFileParser::kSearchInfo | IFileParser::kCheckForTransients);
+    return file;
+}
+
+void refuse(FileIndexResult& result, const std::string& path, const std::string& reason) {
+    result.outcome = FileIndexResult::Outcome::kNotIndexable;
+    result.reason = path + ": " + reason;
+    result.keys.clear();
+}
+
+}  // namespace
+
+CFileIndexer::CFileIndexer() {
+    loadIndexSets();
+    loadSearchKeyTranslation();
+}
+
+void CFileIndexer::loadIndexSets() {
+    const auto [path, list] = shippedList(kDictionaryName, kDictionaryType);
+    m_dictionary.loadIndexSets(list, path);
+    withUserList(kDictionaryName, kDictionaryType, m_dictionary,
+                 [this](const PropertyList& own, const std::string& ownPath) {
+                     m_dictionary.loadIndexSets(own, ownPath);
+                 });
+}
+
+/// The user's first: the first translation of a word is the one that is taken when nothing else decides.
+void CFileIndexer::loadSearchKeyTranslation() {
+    withUserList(kTranslationName, kTranslationType, m_dictionary,
+                 [this](const PropertyList& own, const std::string& ownPath) {
+                     m_dictionary.loadSearchKeyTranslation(own, ownPath);
+                 });
+    const auto [path, list] = shippedList(kTranslationName, kTranslationType);
+    m_dictionary.loadSearchKeyTranslation(list, path);
+}
+
+bool CFileIndexer::searchKeyToSearchKeyInfo(const SearchKey& key, SearchKeyInfo& out) const noexcept {
+    const SearchKeyInfo* const entry = m_dictionary.matchTag(key);
+    if (entry) out = *entry;
+    return entry != nullptr;
+}
+
+bool CFileIndexer::shouldAddFile(const std::string& path) const noexcept {
+    const NodeType type = NodeTypesHelper::nodeTypeFromPath(path);
+    return type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV;
+}
+
+void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result) const {
+    result.reason.clear();
+    result.keys.clear();
+    if (path.size() > CFileIndexInfo::kLongestFileName)
+        return refuse(result, path, "the path is longer than 1024 bytes");
+    if (!shouldAddFile(path)) return refuse(result, path, "neither an AIFF nor a WAV file");
+    // A file that changes from now on is newer than its record.
+    const std::time_t before = std::time(nullptr);
+    try {
+        const IFileRef file = openForMetadata(path);
+        makeRecord(path, *file->getFileParserRef(), result);
+    } catch (const CException& exception) {
+        return refuse(result, path, exception.getMessage());
+    }
+    result.record.setIndexTime(static_cast<std::int32_t>(before));
+    result.outcome = FileIndexResult::Outcome::kIndexed;
+}
+
+void CFileIndexer::makeRecord(const std::string& path, const IFileParser& parser,
+                              FileIndexResult& result) const {
+    FileTags tags(m_dictionary);
+    addMetadata(parser, tags);
+    PathWords(m_dictionary, tags).parsePath(path);
+    result.record = CFileIndexInfo(path.c_str(), tags.chosen(), result.keys);
+    result.record.setTimeSignature(parser.getTimeSignature());
+    result.record.setKeyType(parser.getBasicTaggingChunk().scaleType);
+    result.record.setContentFileType(contentFileTypeOf(parser));
+    result.record.setAdditionalInfo(additionalInfoOf(parser));
+}
+
+void CFileIndexer::addMetadata(const IFileParser& parser, FileTags& tags) const {
+    const tagging::Instrument& instrument = parser.getInstrument();
+    tags.setInstrument(keyOf(instrument.type, SearchKeyInfo::kInstrument),
+                       keyOf(instrument.subType, SearchKeyInfo::kInstrumentSubType));
+    tags.setGenre(keyOf(parser.getGenre(), SearchKeyInfo::kGenre));
+    for (const tagging::Descriptor& descriptor : parser.getDescriptors())
+        tags.addDescriptor(keyOf(descriptor, SearchKeyInfo::kDescriptor));
+}
+
+/// The text of a file as a key: in the dictionary's spelling where it is one of its keywords, else as it is.
+SearchKey CFileIndexer::keyOf(const tagging::Keyword& keyword, std::int32_t category) const noexcept {
+    const SearchKey key = boundedKey(keyword.view());
+    const SearchKeyInfo* const known = m_dictionary.matchTag(key, category);
+    return known ? known->key : key;
+}
+
+FileIndexResult::Outcome CFileIndexer::indexFile(const std::string& path, CIndexFile& indexFile,
+                                                 std::int32_t fileID) {
+    FileIndexResult result;
+    examineFile(path, result);
+    if (result.outcome == FileIndexResult::Outcome::kIndexed) {
+        const std::int32_t written = writeFileInfo(result.record, indexFile, fileID);
+        updateSearchKeyIndex(written, result.keys, indexFile, fileID == 0);
+    } else if (m_deleteNotIndexableFiles && !shouldAddFile(path)) {
+        ::unlink(path.c_str());
+    }
+    return result.outcome;
+}
+
+std::int32_t CFileIndexer::writeFileInfo(CFileIndexInfo& record, CIndexFile& indexFile, std::int32_t fileID) {
+    if (fileID == 0) return indexFile.appendFileInfo(record);
+    record.setFileID(fileID);
+    indexFile.writeFileInfo(fileID, record);
+    return fileID;
+}
+
+void CFileIndexer::updateSearchKeyIndex(std::int32_t fileID, const std::set<SearchKeyInfo>& keys,
+                                        CIndexFile& indexFile, bool isNew) {
+    if (!isNew) indexFile.removeEntriesFromSearchKeySet(fileID);
+    indexFile.updateSearchKeySet(fileID, keys);
+}
+
+}  // namespace marl
