@@ -57,9 +57,13 @@ list(APPEND marl_sources
   # SearchEngine
   SearchEngine/CFileIndexInfo.cpp
   SearchEngine/CFileIndexer.cpp
+  SearchEngine/CFileSyncInfo.cpp
   SearchEngine/CIndexFile.cpp
   SearchEngine/CIndexFileHeader.cpp
   SearchEngine/CIndexFileSearch.cpp
+  SearchEngine/CIndexingThread.cpp
+  SearchEngine/CSearchEngine.cpp
+  SearchEngine/CSearchEngineIndexing.cpp
   SearchEngine/CSearchKeySet.cpp
   SearchEngine/FileTags.cpp
   SearchEngine/KeywordDictionary.cpp
