@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -105,10 +106,12 @@ TEST(SearchEngine, SearchesEveryIndexThatIsEnabled) {
     EXPECT_EQ(library.find(*engine, {"Xa"}), Names{"y/a.aif"});
     std::vector<marl::KeywordCount> keywords;
     engine->generateKeywordList(keywords);
-    ASSERT_EQ(keywords.size(), 1U);
-    EXPECT_EQ(keywords[0].keyword.key.view(), "Xa");
-    EXPECT_EQ(keywords[0].keyword.category, marl::SearchKeyInfo::kGenre) << "which no dictionary says";
-    EXPECT_EQ(keywords[0].files, 1);
+    // The path of the temporary folder may hold words of the dictionary.
+    const auto genre =
+        std::ranges::find(keywords, marl::SearchKey("xA"), [](const auto& one) { return one.keyword.key; });
+    ASSERT_NE(genre, keywords.end());
+    EXPECT_EQ(genre->keyword.category, marl::SearchKeyInfo::kGenre) << "which no dictionary says";
+    EXPECT_EQ(genre->files, 1);
 }
 
 }  // namespace

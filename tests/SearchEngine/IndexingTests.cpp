@@ -188,10 +188,10 @@ TEST_F(Indexing, TakesPathsUpToTheLengthThatARecordHolds) {
     while (m_library.root().size() + folder.size() < 750) folder += std::string(200, 'd') + "/";
     for (const std::size_t length : {1022U, 1023U, 1024U, 1025U}) {
         const std::size_t left = length - m_library.root().size() - 1 - folder.size();
-        m_library.addLoop(folder + std::string(left - 4, 'n') + ".aif", "X" + std::to_string(length));
+        m_library.addLoop(folder + std::string(left - 4, 'n') + ".aif", std::to_string(length) + "X");
     }
     EXPECT_EQ(counts(m_library.update(*m_engine)), (Counts{2, 0, 0, 0, 0, 2}));
-    EXPECT_EQ(m_library.find(*m_engine, {"X1023"}).size(), 1U);
+    EXPECT_EQ(m_library.find(*m_engine, {"1023X"}).size(), 1U);
     EXPECT_EQ(m_library.find(*m_engine, {}).size(), 2U);
     EXPECT_EQ(counts(m_library.update(*m_engine)), (Counts{0, 0, 2, 0, 0, 2}));
 }
