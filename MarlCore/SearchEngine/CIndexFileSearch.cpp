@@ -28,7 +28,9 @@ std::size_t charactersIn(std::string_view utf8) noexcept {
 /// One character names the beginning of file names, more of them any part of a path.
 bool nameMatches(std::string_view path, std::string_view filter) noexcept {
     if (filter.empty()) return true;
-    if (charactersIn(filter) > 1) return !std::ranges::search(path, filter, isSameLetter).empty();
+    if (charactersIn(filter) > 1)
+        return std::search(path.begin(), path.end(), filter.begin(), filter.end(), isSameLetter) !=
+               path.end();
     const std::string_view name = path.substr(path.rfind('/') + 1);
     return name.size() >= filter.size() &&
            std::equal(filter.begin(), filter.end(), name.begin(), isSameLetter);
