@@ -83,6 +83,11 @@ private:
 /// key. Few keys have many files, so that it takes 4 bytes an entry. [one thread at a time]
 class MARLCORE_EXPORT CSearchKeySet {
 public:
+    CSearchKeySet() = default;
+    // It remembers a place of its own.
+    CSearchKeySet(const CSearchKeySet&) = delete;
+    CSearchKeySet& operator=(const CSearchKeySet&) = delete;
+
     void insert(const CSearchKeyIndex& entry);
     void clear() noexcept;
 
