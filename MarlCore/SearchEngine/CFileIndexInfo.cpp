@@ -215,6 +215,8 @@ SearchKey CFileIndexInfo::descriptor(int index) const noexcept {
 }
 
 bool CFileIndexInfo::carries(const SearchKey& key) const noexcept {
+    for (int i = 0; i < readableDescriptors(); ++i)
+        if (descriptor(i) == key) return true;  // valid or not
     bool found = false;
     forEachKey([&](const SearchKey& own, std::int32_t) { found = found || own == key; });
     return found;

@@ -96,10 +96,11 @@ public:
             visitIfValid(visit, descriptor(i), SearchKeyInfo::kDescriptor);
     }
 
-    /// Whether one of its key fields is `key`.
+    /// Whether the file is found by `key`: it is one of `searchKeys`.
     bool carries(const SearchKey& key) const noexcept;
 
-    /// The keys that a file with this record is found by, as the constructor gives them.
+    /// The keys that a file with this record is found by, as the constructor gives them: every descriptor,
+    /// and of the other fields those that are valid.
     std::set<SearchKeyInfo> searchKeys() const;
 
     std::span<const std::byte, kSize> image() const noexcept { return m_image; }
