@@ -92,11 +92,12 @@ void CIndexFile::readHeader() {
 }
 
 std::int32_t CIndexFile::appendFileInfo(CFileIndexInfo& record) {
-    const std::int32_t fileID = incrementFileIndex();
+    const std::int32_t fileID = m_header.nextFileIndex();
     record.setFileID(fileID);
     const std::int64_t place = fileID == 1 ? kHeaderSize : m_appendPosition;
     m_dirty = true;
     record.writeAt(m_descriptor, place);
+    incrementFileIndex();  // not before: an identifier without a record would shift all that follow
     m_appendPosition = place + kRecordSize;
     keepFilterFields(fileID, record);
     return fileID;

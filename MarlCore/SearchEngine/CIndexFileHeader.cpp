@@ -42,11 +42,16 @@ void CIndexFileHeader::setEnabled(bool enabled) noexcept {
     m_headerChanged = true;
 }
 
-std::int32_t CIndexFileHeader::incrementFileIndex() {
+std::int32_t CIndexFileHeader::nextFileIndex() const {
     if (m_fileCount == std::numeric_limits<std::int32_t>::max())
         throw CException(halyard::kInternalError, "the index is full (%d files)", m_fileCount);
+    return m_fileCount + 1;
+}
+
+std::int32_t CIndexFileHeader::incrementFileIndex() {
+    m_fileCount = nextFileIndex();
     m_headerChanged = true;
-    return ++m_fileCount;
+    return m_fileCount;
 }
 
 void CIndexFileHeader::setSearchKeyIndexLocation(std::int64_t location) noexcept {

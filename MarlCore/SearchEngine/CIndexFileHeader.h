@@ -41,7 +41,9 @@ public:
     void setState(std::int32_t state) noexcept { m_state = state; }
     /// The last file identifier given out.
     std::int32_t getFileCount() const noexcept { return m_fileCount; }
-    /// Gives out the next file identifier. Throws `CException` (internal error) after 2^31 - 1 of them.
+    /// The identifier that is given out next. Throws `CException` (internal error) after 2^31 - 1 of them.
+    std::int32_t nextFileIndex() const;
+    /// Gives it out.
     std::int32_t incrementFileIndex();
     std::int64_t getSearchKeyIndexLocation() const noexcept { return m_searchKeyIndexLocation; }
     void setSearchKeyIndexLocation(std::int64_t location) noexcept;
