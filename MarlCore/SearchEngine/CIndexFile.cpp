@@ -119,7 +119,7 @@ void CIndexFile::writeFileInfo(std::int32_t fileID, const CFileIndexInfo& record
 void CIndexFile::keepFilterFields(std::int32_t fileID, const CFileIndexInfo& record) {
     const auto place = static_cast<std::size_t>(fileID) - 1;
     if (fileID > getFileCount()) return;
-    if (m_filterFields.size() <= place) m_filterFields.resize(static_cast<std::size_t>(getFileCount()));
+    if (m_filterFields.size() <= place) m_filterFields.resize(place + 1);
     m_filterFields[place] = filterFieldsOf(record);
 }
 
@@ -294,7 +294,7 @@ bool CIndexFile::forEachRecord(Visitor&& visit) const {
 
 /// False when a record does not bear its identifier.
 bool CIndexFile::readFilterFields() {
-    m_filterFields.reserve(static_cast<std::size_t>(getFileCount()));
+    // Nothing is reserved: the count may lie, and a file with holes is as long as it likes.
     return forEachRecord([&](std::int32_t fileID, const CFileIndexInfo& record) {
         m_filterFields.push_back(filterFieldsOf(record));
         return record.getFileID() == fileID || record.getFileID() == -fileID;
