@@ -67,11 +67,12 @@ void sortByPath(Records& records) {
     records.erase(std::unique(records.begin(), records.end(), pathIsSame), records.end());
 }
 
-/// Merges what stands behind `sorted` into what stands before, each path once.
-void mergeTail(Records& records, std::size_t sorted) {
-    if (sorted == 0 || sorted == records.size()) return;
-    std::inplace_merge(records.begin(), records.begin() + static_cast<std::ptrdiff_t>(sorted), records.end(),
-                       pathIsLess);
+/// Merges what stands from `tail` on into what stands before, each path once.
+void mergeTail(Records& records, std::size_t tail) {
+    if (tail == 0 || tail == records.size()) return;
+    const auto middle = records.begin() + static_cast<std::ptrdiff_t>(tail);
+    if (!std::is_sorted(records.begin(), middle, pathIsLess)) return sortByPath(records);
+    std::inplace_merge(records.begin(), middle, records.end(), pathIsLess);
     records.erase(std::unique(records.begin(), records.end(), pathIsSame), records.end());
 }
 

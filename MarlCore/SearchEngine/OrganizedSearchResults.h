@@ -21,7 +21,7 @@ public:
 
     /// Adds a copy of `record` under its instrument, sub-type, genre and descriptors, as far as they are
     /// valid. With `organize` the records of a key stand in the order of their paths, by bytes, and each path
-    /// once; without, in the order in which they came.
+    /// once, those that came before without it included; without, in the order in which they came.
     void addFileToOrganizedResults(const CFileIndexInfo& record, bool organize);
 
     /// The same for a record that the caller fills in place: `fill(CFileIndexInfo&)` returns whether to keep
