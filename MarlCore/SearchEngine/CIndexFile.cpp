@@ -9,8 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <limits>
-#include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -85,6 +86,7 @@ CIndexFile::~CIndexFile() {
 
 void CIndexFile::readHeader() {
     m_version = versionOnDisk();
+    if (mayChangeUnseen(m_version)) m_version = {};
     if (m_header.readFromFile(m_descriptor))
         m_appendPosition = m_header.getSearchKeyIndexLocation();
     else
@@ -198,6 +200,14 @@ CIndexFile::Version CIndexFile::versionOnDisk() const {
     struct stat status = {};
     if (::fstat(m_descriptor, &status) != 0) return {};
     return {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_nlink == 0};
+}
+
+/// Whether the clock that dates files has not moved on since: another write would leave the same version.
+bool CIndexFile::mayChangeUnseen(const Version& version) noexcept {
+    struct timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return std::pair<std::int64_t, std::int64_t>(version.seconds, version.nanoseconds) >=
+           std::pair<std::int64_t, std::int64_t>(now.tv_sec, now.tv_nsec);
 }
 
 void CIndexFile::reloadIfChanged() {

@@ -174,6 +174,7 @@ private:
     bool forEachRecord(Visitor&& visit) const;
     void becomeDamaged();
     Version versionOnDisk() const;
+    static bool mayChangeUnseen(const Version& version) noexcept;
     static std::int64_t placeOf(std::int32_t fileID) noexcept;
 
     halyard::CMutexRef m_mutex;
