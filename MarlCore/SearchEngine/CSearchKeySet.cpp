@@ -13,14 +13,22 @@ void KeyPostings::add(const SearchKey& spelling, std::int32_t fileID) {
     if (m_isAscending && !ascends) {
         m_isAscending = false;
         m_sorted = m_fileIDs;
+        m_settled = m_sorted.size();
     }
     m_fileIDs.push_back(fileID);
-    if (!m_isAscending) addSorted(fileID);
+    if (!m_isAscending) m_sorted.push_back(fileID);
 }
 
-void KeyPostings::addSorted(std::int32_t fileID) {
-    const auto place = std::ranges::lower_bound(m_sorted, fileID);
-    if (place == m_sorted.end() || *place != fileID) m_sorted.insert(place, fileID);
+std::span<const std::int32_t> KeyPostings::ascending() const noexcept {
+    if (m_isAscending) return m_fileIDs;
+    if (m_settled < m_sorted.size()) {
+        const auto middle = m_sorted.begin() + static_cast<std::ptrdiff_t>(m_settled);
+        std::sort(middle, m_sorted.end());
+        std::inplace_merge(m_sorted.begin(), middle, m_sorted.end());
+        m_sorted.erase(std::unique(m_sorted.begin(), m_sorted.end()), m_sorted.end());
+        m_settled = m_sorted.size();
+    }
+    return m_sorted;
 }
 
 void KeyPostings::remove(std::span<const std::int32_t> fileIDs) {

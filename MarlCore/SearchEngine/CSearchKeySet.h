@@ -42,7 +42,7 @@ struct CSearchKeyIndexLess {
 class MARLCORE_EXPORT KeyPostings {
 public:
     /// Each file that carries the key once, by ascending identifier.
-    std::span<const std::int32_t> ascending() const noexcept { return m_isAscending ? m_fileIDs : m_sorted; }
+    std::span<const std::int32_t> ascending() const noexcept;
 
     std::size_t size() const noexcept { return m_fileIDs.size(); }
 
@@ -71,16 +71,18 @@ private:
         std::size_t first;
     };
 
-    void addSorted(std::int32_t fileID);
-
     std::vector<std::int32_t> m_fileIDs;  // in the order in which they came
     std::vector<Spelling> m_spellings;
-    std::vector<std::int32_t> m_sorted;  // of use only when m_fileIDs do not ascend
-    bool m_isAscending = true;           // strictly
+    bool m_isAscending = true;  // strictly
+    // When they do not: the same, the first m_settled of them in order. Sorting waits until somebody looks,
+    // so that files in any order cost no more than a sort.
+    mutable std::vector<std::int32_t> m_sorted;
+    mutable std::size_t m_settled = 0;
 };
 
 /// A multiset of `CSearchKeyIndex`, ordered by `CSearchKeyIndexLess`, a new entry behind those of the same
-/// key. Few keys have many files, so that it takes 4 bytes an entry. [one thread at a time]
+/// key. Few keys have many files, so that it takes 4 bytes an entry. [one thread at a time]: look-ups
+/// count too.
 class MARLCORE_EXPORT CSearchKeySet {
 public:
     CSearchKeySet() = default;
