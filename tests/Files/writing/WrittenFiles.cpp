@@ -10,8 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <random>
 
 namespace support {
@@ -68,12 +66,6 @@ std::string randomSamples(const WrittenFormat& format, int samples, unsigned see
 std::string silence(const WrittenFormat& format, int samples) {
     return std::string(static_cast<std::size_t>(samples * format.bytesPerSample()),
                        format.bits == 8 ? '\x80' : '\0');
-}
-
-std::string contentsOf(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    EXPECT_TRUE(stream) << path;
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 marl::IFileParserRef parsed(const std::string& path, Container container) {

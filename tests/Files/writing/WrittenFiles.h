@@ -3,6 +3,8 @@
 /// What the tests of the writers share: writers by container, and files read back.
 #pragma once
 
+#include "support/DocumentedFile.h"
+
 #include <MarlCore/Files/parsing/CLoopDescription.h>
 #include <MarlCore/Files/writing/IFileWriter.h>
 
@@ -43,8 +45,6 @@ std::string randomSamples(const WrittenFormat& format, int samples, unsigned see
 
 /// Samples of a format as they stand for silence.
 std::string silence(const WrittenFormat& format, int samples);
-
-std::string contentsOf(const std::string& path);
 
 /// The file through its parser, which has parsed everything.
 marl::IFileParserRef parsed(const std::string& path, Container container);
