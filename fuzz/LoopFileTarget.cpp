@@ -1,45 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "LoopFileTarget.h"
 
+#include "MemoryFile.h"
+
 #include <MarlCore/Files/CMemoryFileData.h>
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace fuzz {
 namespace {
-
-void require(bool holds, const char* what) {
-    if (holds) return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
-}
-
-/// One file in memory, used again and again; it opens by path like any other file.
-class MemoryFile {
-public:
-    MemoryFile() : m_fd(::memfd_create("fuzz", MFD_CLOEXEC)) { require(m_fd >= 0, "memfd_create"); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    ~MemoryFile() { ::close(m_fd); }
-
-    void assign(const std::uint8_t* bytes, std::size_t size) const {
-        require(::ftruncate(m_fd, 0) == 0, "ftruncate");
-        require(::pwrite(m_fd, bytes, size, 0) == static_cast<ssize_t>(size), "pwrite");
-    }
-    CURLRef url() const {
-        return CURLRef(
-            new CURL(halyard::CSTR("/proc/self/fd/" + std::to_string(m_fd)), CURL::kPOSIXPathStyle, false));
-    }
-
-private:
-    int m_fd;
-};
 
 void readAllSamples(marl::IFileData& data, std::uint32_t channels) {
     int frames = 0;
@@ -95,7 +64,8 @@ void parseAndRead(marl::IFileData& data, marl::IFileParser& parser) {
 void runLoopFile(const std::uint8_t* bytes, std::size_t size, bool bigEndian, ParserMaker makeParser) {
     static const MemoryFile file;
     file.assign(bytes, size);
-    const marl::IFileDataRef data(new marl::CMemoryFileData(file.url(), false, bigEndian));
+    const CURLRef url(new CURL(halyard::CSTR(file.path()), CURL::kPOSIXPathStyle, false));
+    const marl::IFileDataRef data(new marl::CMemoryFileData(url, false, bigEndian));
     const marl::IFileParserRef parser = makeParser(data);
     try {
         parseAndRead(*data, *parser);

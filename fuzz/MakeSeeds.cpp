@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// Writes small loop files with every chunk that the writers know, to begin fuzzing from:
-/// `make_seeds FOLDER` fills FOLDER/aiff_fuzzer and FOLDER/wav_fuzzer.
+/// Writes small loop files with every chunk that the writers know, and small index files, to begin fuzzing
+/// from: `make_seeds FOLDER` fills FOLDER/aiff_fuzzer, FOLDER/wav_fuzzer and FOLDER/index_fuzzer.
 
 #include <MarlCore/Files/parsing/CLoopDescription.h>
 #include <MarlCore/Files/writing/CAIFWriter.h>
 #include <MarlCore/Files/writing/CWAVWriter.h>
+#include <MarlCore/SearchEngine/CIndexFile.h>
 
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -64,6 +66,31 @@ void write(const std::filesystem::path& path, const Seed& seed) {
     writer->finish();
 }
 
+/// An index of so many files, each with three keys of a few and one of its own.
+void writeIndex(const std::filesystem::path& path, int files) {
+    using marl::SearchKeyInfo;
+    const marl::CIndexFileRef index(new marl::CIndexFile(halyard::CSTR(path.string()), true));
+    index->setRootDirectory("/Loops");
+    index->setState(marl::kIndexIsComplete);
+    for (int i = 0; i < files; ++i) {
+        const std::string own = "Word " + std::to_string(i), file = "/Loops/" + own + ".aif";
+        std::set<SearchKeyInfo> keys;
+        marl::CFileIndexInfo record(
+            file.c_str(),
+            {{i % 2 == 0 ? "Bass" : "Drums", SearchKeyInfo::kInstrument, nullptr},
+             {i % 2 == 0 ? "Funk" : "funk", SearchKeyInfo::kGenre, nullptr},
+             {i % 3 == 0 ? "Dry" : "\xC3\xA9t\xC3\xA9", SearchKeyInfo::kDescriptor, nullptr},
+             {own, SearchKeyInfo::kDescriptor, nullptr}},
+            keys);
+        record.setIndexTime(1'000'000'000);
+        record.setAdditionalInfo({.midiRootNote = 58 + i});
+        const std::int32_t fileID = index->appendFileInfo(record);
+        index->updateSearchKeySet(fileID, keys);
+        if (i % 3 == 2) record.setFileID(-fileID);
+        index->writeFileInfo(fileID, record);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -71,11 +98,14 @@ int main(int argc, char** argv) try {
     const std::filesystem::path folder(argv[1]);
     std::filesystem::create_directories(folder / "aiff_fuzzer");
     std::filesystem::create_directories(folder / "wav_fuzzer");
+    std::filesystem::create_directories(folder / "index_fuzzer");
     for (const Seed& seed : kSeeds) {
         write<marl::CAIFWriter>(folder / "aiff_fuzzer" / (std::string(seed.name) + ".aif"), seed);
         write<marl::CWAVWriter>(folder / "wav_fuzzer" / (std::string(seed.name) + ".wav"), seed);
     }
     write<marl::CWAVWriter>(folder / "wav_fuzzer" / "narrow.wav", {"narrow", 8000, 1, 8, 33, true, false});
+    for (const int files : {0, 1, 4})
+        writeIndex(folder / "index_fuzzer" / (std::to_string(files) + "-files.index"), files);
 } catch (const std::exception& exception) {
     std::fprintf(stderr, "make_seeds: %s\n", exception.what());
     return 1;
