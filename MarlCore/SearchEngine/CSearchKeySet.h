@@ -49,6 +49,11 @@ public:
     /// The spelling that came first.
     const SearchKey& key() const noexcept { return m_spellings.front().key; }
 
+    /// Whether the last entry has exactly these letters.
+    bool isSpelledLast(const SearchKey& key) const noexcept {
+        return m_spellings.back().key.bytes() == key.bytes();
+    }
+
     void add(const SearchKey& spelling, std::int32_t fileID);
     /// `fileIDs` ascend.
     void remove(std::span<const std::int32_t> fileIDs);
