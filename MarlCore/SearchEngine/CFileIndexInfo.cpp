@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/SearchEngine/CFileIndexInfo.h>
 
+#include <MarlCore/SearchEngine/RecordLayoutImpl.h>
 #include <MarlCore/SearchEngine/WholeTransfersImpl.h>
 #include <MarlCore/foundation/CException.h>
 #include <MarlCore/platform/ByteOrder.h>
@@ -26,22 +27,11 @@ using platform::loadBig16;
 using platform::loadBig32;
 using platform::storeBig16;
 using platform::storeBig32;
+using namespace record;
 
 namespace {
 
-// Offsets of the fields in a record.
-constexpr std::size_t kFileID = 0, kIndexTime = 4, kNumerator = 8, kDenominator = 10, kKeyType = 12;
-constexpr std::size_t kTempo = 16, kMIDIRootNote = 20, kNumberOfBeats = 24, kSourceBeatsDiffer = 28;
-constexpr std::size_t kLacksTransients = 32, kLacksSearchTags = 36;
-constexpr std::size_t kInstrument = 40, kInstrumentSubType = 70, kGenre = 100, kDescriptorCount = 132;
-constexpr std::size_t kDescriptors = 136, kFileName = 436, kContentFileType = 1462;
-
 constexpr std::int16_t kDefaultKeyType = 3;
-
-static_assert(kGenre + SearchKey::kSize <= kDescriptorCount);
-static_assert(kDescriptors + CFileIndexInfo::kDescriptorSlots * SearchKey::kSize == kFileName);
-static_assert(kFileName + CFileIndexInfo::kLongestFileName + 1 < kContentFileType);
-static_assert(kContentFileType + 2 == CFileIndexInfo::kSize);
 
 std::int32_t loadInt32(std::span<const std::byte> image, std::size_t offset) noexcept {
     return static_cast<std::int32_t>(loadBig32(image.data() + offset));
