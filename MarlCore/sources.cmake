@@ -70,6 +70,7 @@ list(APPEND marl_sources
   SearchEngine/LocalizedKeyword.cpp
   SearchEngine/OrganizedSearchResults.cpp
   SearchEngine/PathWords.cpp
+  SearchEngine/PackedRecordsImpl.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
 )

@@ -117,6 +117,8 @@ public:
     static bool readAllAt(int descriptor, std::int64_t offset, std::span<CFileIndexInfo> records);
 
 private:
+    friend class PackedRecords;  // writes records out
+
     template <class Visitor>
     static void visitIfValid(Visitor& visit, const SearchKey& key, std::int32_t category) {
         if (key.isValid()) visit(key, category);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/SearchEngine/CIndexFile.h>
 
+#include <MarlCore/SearchEngine/PackedRecordsImpl.h>
 #include <MarlCore/SearchEngine/WholeTransfersImpl.h>
 #include <MarlCore/foundation/CException.h>
 #include <MarlCore/platform/ByteOrder.h>
@@ -59,7 +60,8 @@ std::int64_t CIndexFile::placeOf(std::int32_t fileID) noexcept {
     return fileID * kRecordSize - (kRecordSize - kHeaderSize);
 }
 
-CIndexFile::CIndexFile(const CStringRef& path, bool create) : m_mutex(new halyard::CMutex), m_path(path) {
+CIndexFile::CIndexFile(const CStringRef& path, bool create)
+    : m_mutex(new halyard::CMutex), m_path(path), m_records(new PackedRecords) {
     halyard::throwIfNull(path, "path");
     // A pipe must not hold the caller up.
     const int flags = O_RDWR | O_CLOEXEC | O_NONBLOCK | (create ? O_CREAT : 0);
@@ -101,7 +103,7 @@ std::int32_t CIndexFile::appendFileInfo(CFileIndexInfo& record) {
     record.writeAt(m_descriptor, place);
     incrementFileIndex();  // not before: an identifier without a record would shift all that follow
     m_appendPosition = place + kRecordSize;
-    keepFilterFields(fileID, record);
+    keepRecord(fileID, record);
     return fileID;
 }
 
@@ -115,14 +117,15 @@ void CIndexFile::writeFileInfo(std::int32_t fileID, const CFileIndexInfo& record
     if (fileID == 0) return;
     m_dirty = true;
     record.writeAt(m_descriptor, placeOf(fileID));
-    keepFilterFields(fileID, record);
+    keepRecord(fileID, record);
 }
 
-void CIndexFile::keepFilterFields(std::int32_t fileID, const CFileIndexInfo& record) {
+void CIndexFile::keepRecord(std::int32_t fileID, const CFileIndexInfo& record) {
     const auto place = static_cast<std::size_t>(fileID) - 1;
     if (fileID > getFileCount()) return;
     if (m_filterFields.size() <= place) m_filterFields.resize(place + 1);
     m_filterFields[place] = filterFieldsOf(record);
+    m_records->keep(fileID, record);
 }
 
 void CIndexFile::updateSearchKeySet(std::int32_t fileID, const std::set<SearchKeyInfo>& keys) {
@@ -183,14 +186,15 @@ void CIndexFile::flushChanges() {
     m_header.clearChanged();
     if (::fsync(m_descriptor) != 0) throwFileError(errno, "failed to flush '%s'", m_path);
     m_version = versionOnDisk();
+    // Searches trust these as long as the version stays.
+    if (mayChangeUnseen(m_version)) m_records->clear();
 }
 
 void CIndexFile::removeFile() {
     if (m_path->getLength() == 0) return;
     if (m_descriptor >= 0) ::close(m_descriptor);
     m_descriptor = -1;
-    m_keys.clear();
-    m_filterFields.clear();
+    forgetContents();
     m_dirty = false;
     if (::unlink(m_path->getCharPtr()) != 0 && errno != ENOENT)
         throwFileError(errno, "failed to remove '%s'", m_path);
@@ -213,8 +217,7 @@ bool CIndexFile::mayChangeUnseen(const Version& version) noexcept {
 void CIndexFile::reloadIfChanged() {
     const Version version = versionOnDisk();
     if (m_dirty || m_header.isChanged() || version == m_version) return;
-    m_keys.clear();
-    m_filterFields.clear();
+    forgetContents();
     if (version.isDeleted) {
         m_header.setState(kIndexIsNew);
         m_version = version;
@@ -227,14 +230,18 @@ void CIndexFile::reloadIfChanged() {
 // ---- Reading keys and records ----
 
 void CIndexFile::readSearchKeySet() {
+    forgetContents();
+    if (!keyIndexFitsHeader() || !readEntries() || !readRecords()) becomeDamaged();
+}
+
+void CIndexFile::forgetContents() noexcept {
     m_keys.clear();
     m_filterFields.clear();
-    if (!keyIndexFitsHeader() || !readEntries() || !readFilterFields()) becomeDamaged();
+    m_records->clear();
 }
 
 void CIndexFile::becomeDamaged() {
-    m_keys.clear();
-    m_filterFields.clear();
+    forgetContents();
     m_header.setState(kIndexIsDamaged);
 }
 
@@ -306,10 +313,11 @@ bool CIndexFile::forEachRecord(Visitor&& visit) const {
 }
 
 /// False when a record does not bear its identifier.
-bool CIndexFile::readFilterFields() {
+bool CIndexFile::readRecords() {
     // Nothing is reserved: the count may lie, and a file with holes is as long as it likes.
     return forEachRecord([&](std::int32_t fileID, const CFileIndexInfo& record) {
         m_filterFields.push_back(filterFieldsOf(record));
+        m_records->keep(fileID, record);
         return record.getFileID() == fileID || record.getFileID() == -fileID;
     });
 }

@@ -13,6 +13,7 @@
 #include <MarlCore/foundation/CString.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <set>
 #include <span>
@@ -20,6 +21,8 @@
 #include <vector>
 
 namespace marl {
+
+class PackedRecords;
 
 /// An open index file with its header and its keys in memory.
 ///
@@ -161,14 +164,16 @@ private:
     static bool passes(const FilterFields& fields, const SearchFilters& filters, int projectKey) noexcept;
 
     std::vector<std::int32_t> filesWith(std::span<const SearchKey> keys) const;
+    void keepPassing(std::vector<std::int32_t>& fileIDs, const SearchFilters& filters, int projectKey) const;
     int processSearchResults(std::span<const std::int32_t> fileIDs, std::span<const SearchKey> keys,
                              const SearchFilters& filters, const halyard::CStringRef& nameFilter,
                              int projectKey, OrganizedSearchResults& results, bool organize) const;
 
-    void keepFilterFields(std::int32_t fileID, const CFileIndexInfo& record);
+    void keepRecord(std::int32_t fileID, const CFileIndexInfo& record);
+    void forgetContents() noexcept;
     bool keyIndexFitsHeader() const;
     bool readEntries();
-    bool readFilterFields();
+    bool readRecords();
     bool insertEntries(std::span<const std::byte> entries);
     template <class Visitor>
     bool forEachRecord(Visitor&& visit) const;
@@ -183,6 +188,7 @@ private:
     CIndexFileHeader m_header;
     CSearchKeySet m_keys;
     std::vector<FilterFields> m_filterFields;  // of file n at n - 1
+    std::unique_ptr<PackedRecords> m_records;
     int m_descriptor = -1;
     bool m_dirty = false;  // records or keys have changed since the last flush
     std::int64_t m_appendPosition = 0;

@@ -2,6 +2,8 @@
 // Finding files in an index.
 #include <MarlCore/SearchEngine/CIndexFile.h>
 
+#include <MarlCore/SearchEngine/PackedRecordsImpl.h>
+
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -49,10 +51,50 @@ void intersect(std::vector<std::int32_t>& fileIDs, std::span<const std::int32_t>
         });
         return;
     }
-    const auto end =
-        std::set_intersection(fileIDs.begin(), fileIDs.end(), others.begin(), others.end(), fileIDs.begin());
-    fileIDs.erase(end, fileIDs.end());
+    // Which of two numbers is less nobody can guess: no branch depends on it.
+    std::size_t kept = 0;
+    for (std::size_t i = 0, j = 0; i < fileIDs.size() && j < others.size();) {
+        const std::int32_t own = fileIDs[i], other = others[j];
+        fileIDs[kept] = own;
+        kept += own == other;
+        i += own <= other;
+        j += other <= own;
+    }
+    fileIDs.resize(kept);
 }
+
+/// How many files ahead their fields are fetched into the cache: an access to memory takes as long.
+constexpr std::size_t kAhead = 16;
+
+/// The records that a search takes from memory: none, once the file has become another one.
+class RecordsInMemory {
+public:
+    RecordsInMemory(const PackedRecords& records, std::span<const SearchKey> keys, bool isUpToDate)
+        : m_records(records), m_isUpToDate(isUpToDate && std::ranges::all_of(keys, &SearchKey::isValid)) {
+        for (const SearchKey& key : keys) m_keys.push_back(records.numberOf(key));
+    }
+
+    bool holds(std::int32_t fileID) const noexcept { return m_isUpToDate && m_records.holds(fileID); }
+
+    /// False when the record does not carry every key, as after a pass that was killed.
+    bool read(std::int32_t fileID, CFileIndexInfo& record) const noexcept {
+        const auto isCarried = [&](const auto& key) { return key && m_records.carries(fileID, *key); };
+        if (!std::ranges::all_of(m_keys, isCarried)) return false;
+        m_records.copyTo(record, fileID);
+        return true;
+    }
+
+    void prefetchAhead(std::span<const std::int32_t> fileIDs) const noexcept {
+        if (!m_isUpToDate || fileIDs.size() <= 2 * kAhead) return;
+        m_records.prefetchPosition(fileIDs[2 * kAhead]);
+        m_records.prefetch(fileIDs[kAhead]);
+    }
+
+private:
+    const PackedRecords& m_records;
+    bool m_isUpToDate;
+    std::vector<std::optional<std::uint16_t>> m_keys;
+};
 
 }  // namespace
 
@@ -60,7 +102,9 @@ int CIndexFile::search(std::span<const SearchKey> keys, const SearchFilters& fil
                        const halyard::CStringRef& nameFilter, int projectKey, OrganizedSearchResults& results,
                        bool organize) {
     const CIndexingMutexHelper lock(*this);
-    return processSearchResults(filesWith(keys), keys, filters, nameFilter, projectKey, results, organize);
+    std::vector<std::int32_t> fileIDs = filesWith(keys);
+    keepPassing(fileIDs, filters, projectKey);
+    return processSearchResults(fileIDs, keys, filters, nameFilter, projectKey, results, organize);
 }
 
 /// The files that carry every key, by ascending identifier.
@@ -79,20 +123,45 @@ std::vector<std::int32_t> CIndexFile::filesWith(std::span<const SearchKey> keys)
     return fileIDs;
 }
 
+/// Leaves the files that pass the filters.
+void CIndexFile::keepPassing(std::vector<std::int32_t>& fileIDs, const SearchFilters& filters,
+                             int projectKey) const {
+    // Anybody may have added keys for files that have no record.
+    const auto known = static_cast<std::int32_t>(m_filterFields.size());
+    fileIDs.erase(std::ranges::upper_bound(fileIDs, known), fileIDs.end());
+    fileIDs.erase(fileIDs.begin(), std::ranges::lower_bound(fileIDs, 1));
+    const auto fieldsOf = [&](std::size_t i) {
+        return &m_filterFields[static_cast<std::size_t>(fileIDs[i]) - 1];
+    };
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < fileIDs.size(); ++i) {
+        if (i + kAhead < fileIDs.size()) __builtin_prefetch(fieldsOf(i + kAhead));
+        fileIDs[kept] = fileIDs[i];
+        kept += passes(*fieldsOf(i), filters, projectKey);
+    }
+    fileIDs.resize(kept);
+}
+
+/// `fileIDs` have passed the filters.
 int CIndexFile::processSearchResults(std::span<const std::int32_t> fileIDs, std::span<const SearchKey> keys,
                                      const SearchFilters& filters, const halyard::CStringRef& nameFilter,
                                      int projectKey, OrganizedSearchResults& results, bool organize) const {
     const std::string_view name = nameFilter ? nameFilter->getStringRef() : std::string_view();
+    // In the file another process may have changed the record since the keys were read.
+    const auto readFromFile = [&](std::int32_t fileID, CFileIndexInfo& record) {
+        return record.readAt(m_descriptor, placeOf(fileID)) && record.getFileID() == fileID &&
+               passes(filterFieldsOf(record), filters, projectKey) &&
+               std::ranges::all_of(keys, [&](const SearchKey& key) { return record.carries(key); });
+    };
+    const RecordsInMemory memory(*m_records, keys, versionOnDisk() == m_version);
     int found = 0;
-    for (const std::int32_t fileID : fileIDs) {
-        const auto place = static_cast<std::size_t>(fileID) - 1;
-        if (place >= m_filterFields.size() || !passes(m_filterFields[place], filters, projectKey)) continue;
-        // The record decides: another process may have changed it since the keys were read.
+    for (std::size_t i = 0; i < fileIDs.size(); ++i) {
+        const std::int32_t fileID = fileIDs[i];
+        memory.prefetchAhead(fileIDs.subspan(i));
         const auto readMatching = [&](CFileIndexInfo& record) {
-            return record.readAt(m_descriptor, placeOf(fileID)) && record.getFileID() == fileID &&
-                   passes(filterFieldsOf(record), filters, projectKey) &&
-                   std::ranges::all_of(keys, [&](const SearchKey& key) { return record.carries(key); }) &&
-                   nameMatches(record.getFileName(), name);
+            const bool isMatch =
+                memory.holds(fileID) ? memory.read(fileID, record) : readFromFile(fileID, record);
+            return isMatch && nameMatches(record.getFileName(), name);
         };
         if (results.addFilled(readMatching, organize)) ++found;
     }

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <filesystem>
 #include <limits>
 #include <thread>
 
@@ -173,6 +175,30 @@ TEST_F(IndexSearch, BelievesTheRecordsMoreThanTheKeys) {
     file->updateSearchKeySet(0, {{"Funk", 3, nullptr}});
     EXPECT_EQ(pathsFound(*file, {"Funk"}), Paths{}) << "and no identifier without a record does harm";
     file->removeFile();
+}
+
+// Records are delivered from memory only while the file is known to be the one that was read: it is older
+// than a tick of the clock then.
+TEST_F(IndexSearch, TakesRecordsFromMemoryUntilTheFileChanges) {
+    const auto openSettled = [&] {
+        using namespace std::chrono_literals;
+        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - 1h);
+        return support::openIndex(path);
+    };
+    add(*file, {.path = "/A", .genre = "Funk"});
+    add(*file, {.path = "/B", .genre = "Soul", .descriptors = {"Dry", "funk"}});
+    add(*file, {.path = "/C", .genre = "Soul"});
+    file->updateSearchKeySet(3, {{"Funk", 3, nullptr}});  // its record does not say so
+    file->flushChanges();
+    const CIndexFileRef reader = openSettled();
+    EXPECT_EQ(pathsFound(*reader, {"Funk"}), (Paths{"/A", "/B"}));
+    EXPECT_EQ(pathsFound(*reader, {}, {}, "b"), (Paths{"/B"}));
+
+    support::rewrite(*file, 1, {.path = "/A", .genre = "Soul"});
+    support::rewrite(*file, 2, {.path = "/moved", .genre = "Funk"});
+    EXPECT_EQ(pathsFound(*reader, {"Funk"}), (Paths{"/moved"}));
+    file->flushChanges();
+    EXPECT_EQ(pathsFound(*openSettled(), {"Funk"}), (Paths{"/moved"}));
 }
 
 // Files are added in pairs under the mutex: a search beside that never sees half a pair.
