@@ -2,6 +2,7 @@
 #include "Browse.h"
 
 #include "TerminalText.h"
+#include "TextTable.h"
 
 #include <MarlCore/Files/browsing/FileNode.h>
 #include <MarlCore/platform/Exception.h>
@@ -28,10 +29,6 @@ std::string_view nameOfType(NodeType nodeType) {
         default:
             return "other";
     }
-}
-
-std::string counted(std::int64_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 class TreePrinter {

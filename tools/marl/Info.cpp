@@ -3,34 +3,16 @@
 
 #include "marl/InfoJSON.h"
 #include "marl/TerminalText.h"
+#include "marl/TextTable.h"
 
 #include <MarlCore/Files/browsing/FileNode.h>
 #include <MarlCore/platform/Exception.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
 #include <optional>
 #include <ostream>
 
 namespace marl::tool {
 namespace {
-
-template <typename... Arguments>
-std::string formatted(const char* format, Arguments... arguments) {
-    std::array<char, 256> text;
-    std::snprintf(text.data(), text.size(), format, arguments...);
-    return text.data();
-}
-
-/// UTF-8 `text` filled up with blanks to `width` characters, or cut to them with "…" at the end.
-std::string fitted(const std::string& text, std::size_t width) {
-    std::vector<std::size_t> starts;  // of the characters
-    for (std::size_t i = 0; i < text.size(); ++i)
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) starts.push_back(i);
-    if (starts.size() <= width) return text + std::string(width - starts.size(), ' ');
-    return text.substr(0, starts[width - 1]) + "…";
-}
 
 /// A file to show, or a folder that cannot be.
 struct Item {
@@ -82,13 +64,6 @@ bool isOneShot(const IFileParser& parser) {
     return parser.getFileType() == tagging::kFileTypeOneShot;
 }
 
-/// The note without its octave, about whose number programs disagree; "-" for none.
-std::string noteName(int rootNote) {
-    constexpr std::array kNames{"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
-    if (rootNote <= 0) return "-";
-    return kNames[static_cast<std::size_t>(rootNote) % kNames.size()];
-}
-
 std::string noteAndNumber(int rootNote) {
     return rootNote > 0 ? formatted("%s (MIDI %d)", noteName(rootNote).c_str(), rootNote) : "-";
 }
@@ -117,10 +92,6 @@ void printLine(std::ostream& out, const char* label, const std::string& text) {
 
 void printText(std::ostream& out, const char* label, const halyard::CStringRef& text) {
     if (text) printLine(out, label, text->getStringRef());
-}
-
-std::string counted(long long count, const char* noun) {
-    return formatted("%lld %s%s", count, noun, count == 1 ? "" : "s");
 }
 
 std::string formatText(const LoopFile& loop) {
@@ -164,57 +135,25 @@ void printInFull(std::ostream& out, const std::string& path, const LoopFile& loo
     if (loop.parser().hasMidiChunk()) printLine(out, "midi", "embedded");
 }
 
-/// Prints files one below the other.
-class Table {
-public:
-    explicit Table(std::ostream& out) : m_out(out) {
-        Row head;
-        std::ranges::transform(kColumns, head.begin(), &Column::head);
-        printRow(head, "path");
-    }
+constexpr TextTable::Column kColumns[] = {{"file", 4, false},       {"rate", 6, true},    {"bits", 4, true},
+                                          {"ch", 2, true},          {"seconds", 8, true}, {"type", 8, false},
+                                          {"bpm", 7, true},         {"meter", 5, false},  {"root", 4, false},
+                                          {"instrument", 20, false}};
 
-    void add(const std::string& path, const LoopFile& loop) {
-        const IFileParser& parser = loop.parser();
-        const std::string instrument = terminalText(keywordText(parser.getInstrument().type));
-        const Row row{containerOf(loop),
-                      formatted("%g", loop.format.mSampleRate),
-                      formatted("%u", loop.format.mBitsPerChannel),
-                      formatted("%u", loop.format.mChannelsPerFrame),
-                      formatted("%.3f", parser.getLengthInSeconds()),
-                      isOneShot(parser) ? "one-shot" : "loop",
-                      tempoText(parser),
-                      meterText(parser),
-                      noteName(parser.getMidiRootNote()),
-                      instrument.empty() ? "-" : instrument};
-        printRow(row, terminalText(path));
-    }
-
-private:
-    struct Column {
-        const char* head;
-        std::size_t width;  // characters
-        bool isNumber;      // set to the right
-    };
-
-    static constexpr std::array kColumns{Column{"file", 4, false},   Column{"rate", 6, true},
-                                         Column{"bits", 4, true},    Column{"ch", 2, true},
-                                         Column{"seconds", 8, true}, Column{"type", 8, false},
-                                         Column{"bpm", 7, true},     Column{"meter", 5, false},
-                                         Column{"root", 4, false},   Column{"instrument", 20, false}};
-    using Row = std::array<std::string, kColumns.size()>;
-
-    void printRow(const Row& row, const std::string& path) {
-        for (std::size_t i = 0; i < row.size(); ++i) m_out << cell(row[i], kColumns[i]) << ' ';
-        m_out << path << '\n';
-    }
-
-    static std::string cell(const std::string& text, const Column& column) {
-        if (!column.isNumber) return fitted(text, column.width);
-        return std::string(column.width - std::min(column.width, text.size()), ' ') + text;
-    }
-
-    std::ostream& m_out;
-};
+std::vector<std::string> cellsOf(const LoopFile& loop) {
+    const IFileParser& parser = loop.parser();
+    const std::string instrument = terminalText(keywordText(parser.getInstrument().type));
+    return {containerOf(loop),
+            formatted("%g", loop.format.mSampleRate),
+            formatted("%u", loop.format.mBitsPerChannel),
+            formatted("%u", loop.format.mChannelsPerFrame),
+            formatted("%.3f", parser.getLengthInSeconds()),
+            isOneShot(parser) ? "one-shot" : "loop",
+            tempoText(parser),
+            meterText(parser),
+            noteName(parser.getMidiRootNote()),
+            instrument.empty() ? "-" : instrument};
+}
 
 /// Prints what was asked for in the form that was asked for.
 class Report {
@@ -244,13 +183,13 @@ private:
         if (m_json)
             m_results.push_back(infoJSON(path, loop));
         else if (m_inTable)
-            table().add(path, loop);
+            table().addRow(cellsOf(loop), terminalText(path));
         else
             printInFull(m_out, path, loop);
     }
 
     /// Begun when there is a row for it.
-    Table& table() { return m_table ? *m_table : m_table.emplace(m_out); }
+    TextTable& table() { return m_table ? *m_table : m_table.emplace(m_out, kColumns, "path"); }
 
     void addError(const std::string& path, const std::string& message) {
         m_failed = true;
@@ -262,7 +201,7 @@ private:
     const bool m_inTable;
     std::ostream& m_out;
     std::ostream& m_err;
-    std::optional<Table> m_table;
+    std::optional<TextTable> m_table;
     json m_results = json::array();
     bool m_failed = false;
 };

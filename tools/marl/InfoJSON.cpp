@@ -3,6 +3,8 @@
 
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
 
+#include <array>
+
 namespace marl::tool {
 namespace {
 
@@ -98,8 +100,18 @@ std::string containerOf(const LoopFile& loop) {
     return loop.file->getFileParserRef().dynamicCast<CAIFFileParser>() ? "AIFF" : "WAV";
 }
 
+std::string noteName(int rootNote) {
+    constexpr std::array kNames{"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+    if (rootNote <= 0) return "-";
+    return kNames[static_cast<std::size_t>(rootNote) % kNames.size()];
+}
+
 std::string keywordText(const tagging::Keyword& keyword) {
-    const std::string text(keyword.view());
+    return keywordText(keyword.view());
+}
+
+std::string keywordText(std::string_view bytes) {
+    const std::string text(bytes);
     const bool isUTF8 = halyard::isValidUTF8(text);
     const auto encoding = isUTF8 ? halyard::TextEncoding::kUTF8 : halyard::TextEncoding::kMacRoman;
     return halyard::CString(text.c_str(), encoding).getStringRef();

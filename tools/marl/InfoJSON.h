@@ -7,6 +7,8 @@
 #include "marl/Output.h"
 
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace marl::tool {
 
@@ -22,7 +24,11 @@ std::optional<double> tempoOf(const IFileParser& parser);
 /// "AIFF" or "WAV".
 std::string containerOf(const LoopFile& loop);
 
+/// A MIDI note number as a note without its octave, about whose number programs disagree; "-" for none.
+std::string noteName(int rootNote);
+
 /// The keyword's text; bytes that are no UTF-8 are taken as Mac Roman, as in the text chunks of the format.
 std::string keywordText(const tagging::Keyword& keyword);
+std::string keywordText(std::string_view bytes);
 
 }  // namespace marl::tool
