@@ -365,13 +365,18 @@ bool CIndexFile::matchKeysToRecords() {
 
 namespace {
 
-/// False when somebody holds it and `wait` is false.
-bool lockByte(int descriptor, CIndexFile::Lock which, short type, bool wait) noexcept {
+struct flock lockOf(CIndexFile::Lock which, short type) noexcept {
     struct flock lock = {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
     lock.l_start = kLockPlace + static_cast<int>(which);
     lock.l_len = 1;
+    return lock;
+}
+
+/// False when somebody holds it and `wait` is false.
+bool lockByte(int descriptor, CIndexFile::Lock which, short type, bool wait) noexcept {
+    struct flock lock = lockOf(which, type);
     for (;;) {
         if (::fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock) == 0) return true;
         if (errno != EINTR) return errno != EAGAIN && errno != EACCES;
@@ -386,6 +391,11 @@ bool CIndexFile::lockForUpdate() {
 
 void CIndexFile::unlockAfterUpdate() noexcept {
     lockByte(m_descriptor, Lock::kUpdate, F_UNLCK, false);
+}
+
+bool CIndexFile::isBeingUpdated() const noexcept {
+    struct flock lock = lockOf(Lock::kUpdate, F_WRLCK);
+    return ::fcntl(m_descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 CIndexFile::ContentsScope::ContentsScope(const CIndexFile& file, bool exclusive) : m_file(file) {

@@ -138,6 +138,11 @@ public:
     /// Becomes the one updater; false when there is one.
     bool lockForUpdate();
     void unlockAfterUpdate() noexcept;
+    /// Whether somebody else is the updater.
+    bool isBeingUpdated() const noexcept;
+
+    /// Whether the file has been deleted since it was opened: what is written to it is lost.
+    bool isDeleted() const { return versionOnDisk().isDeleted; }
 
 private:
     /// What the filters ask of a record.

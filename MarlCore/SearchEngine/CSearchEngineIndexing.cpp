@@ -82,6 +82,7 @@ void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& stat
     state.status.rootDirectory = root;
     requireReadableFolder(root);
     UpdateLock lock(*file);
+    if (file->isDeleted()) throwFileError(ESTALE, "the index of '%s' was removed meanwhile", root);
     file->enableMutexControl(true);
     getFileSyncInfoSet(
         root.c_str(), state.listing,
@@ -127,7 +128,7 @@ bool CSearchEngine::indexOnce(IndexingState& state) {
         store(state);
         state.file->setState(stateInMemory);
     }
-    state.completed = isDone();
+    state.completed = isDone() && !state.cancelled;  // which may have cut the listing short
     return !state.cancelled && !state.completed;
 }
 

@@ -299,6 +299,44 @@ TEST_F(Indexing, LeavesADamagedIndexAlone) {
     EXPECT_TRUE(keywords.empty());
 }
 
+TEST_F(Indexing, DoesNotWriteIntoAnIndexThatAnotherProcessHasRemoved) {
+    m_library.addLoop("a.aif", "Xa");
+    m_library.update(*m_engine);
+    const CSearchEngineRef other = SearchLibrary::newEngine();
+    other->removeIndexFile(other->getIndexFile(0));
+    IndexingState state;
+    try {
+        m_engine->index(m_engine->getIndexFile(0), state);
+        ADD_FAILURE() << "the pass went into a file without a name";
+    } catch (const CException& exception) {
+        EXPECT_EQ(exception.getCode(), ESTALE);
+    }
+}
+
+TEST_F(Indexing, IsNotCompleteWhenItsListingWasCutShort) {
+    m_library.addLoop("a.aif", "Xa");
+    const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
+    IndexingState state;
+    state.cancelled = true;
+    m_engine->index(file, state);
+    EXPECT_FALSE(state.status.isComplete);
+    EXPECT_EQ(file->getState(), marl::kIndexIsIncomplete);
+}
+
+TEST_F(Indexing, IsSeenByOthersWhileItLasts) {
+    m_library.addLoop("a.aif", "Xa");
+    const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
+    const CSearchEngineRef other = SearchLibrary::newEngine();
+    const marl::CIndexFileRef same = other->getIndexFile(0);
+    EXPECT_FALSE(same->isBeingUpdated());
+    IndexingState state;
+    m_engine->startIndexing(file, state);
+    EXPECT_TRUE(same->isBeingUpdated());
+    EXPECT_FALSE(file->isBeingUpdated());  // by somebody else
+    m_engine->finishIndexing(state);
+    EXPECT_FALSE(same->isBeingUpdated());
+}
+
 TEST_F(Indexing, RunsInTheBackground) {
     for (int i = 0; i < 500; ++i) m_library.addLoop(std::to_string(i) + ".aif", "Xa");
     const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
