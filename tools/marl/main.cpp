@@ -4,14 +4,21 @@
 
 #include "marl/Browse.h"
 #include "marl/Convert.h"
+#include "marl/Index.h"
 #include "marl/Info.h"
+#include "marl/Keywords.h"
 #include "marl/Output.h"
+#include "marl/Search.h"
+#include "marl/StopSignals.h"
 #include "marl/TerminalText.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <iostream>
 #include <limits>
 
@@ -32,6 +39,8 @@ constexpr char kExamples[] =
     "  marl info beat.aif              all about one loop\n"
     "  marl convert beat.aif beat.wav  beats, root note and slices come along\n"
     "  marl convert --rate 48000 --format s24 beat.wav beat-48k.aif\n"
+    "  marl index Loops                make them searchable\n"
+    "  marl search Bass Dark           loops with both keys\n"
     "\n"
     "'marl COMMAND --help' has the options of a command.";
 
@@ -97,6 +106,112 @@ void addBrowse(CLI::App& app, marl::tool::BrowseOptions& options, Command& comma
     browse->callback([&] { command = [&] { return marl::tool::runBrowse(options, std::cout, std::cerr); }; });
 }
 
+void addIndexDirectory(CLI::App* command, std::string& directory) {
+    command
+        ->add_option("--index-dir", directory,
+                     "Folder of the indexes; default: MARL_INDEX_DIR, or\n"
+                     "marlcore/indexes in XDG_DATA_HOME (~/.local/share)")
+        ->type_name("DIR");
+}
+
+struct IndexArguments {
+    marl::tool::IndexOptions options;
+    bool list = false;
+    std::string remove;
+};
+
+int runIndexAs(const IndexArguments& arguments) {
+    using namespace marl::tool;
+    const std::string& directory = arguments.options.indexDirectory;
+    if (arguments.list) return runIndexList(directory, std::cout, std::cerr);
+    if (!arguments.remove.empty()) return runIndexRemove(directory, arguments.remove, std::cout, std::cerr);
+    return endBySignalOf(runIndex(arguments.options, std::cout, std::cerr));
+}
+
+/// The library's own check would show up in the help.
+void requireAlone(const CLI::Option& option, std::initializer_list<const CLI::Option*> others) {
+    for (const CLI::Option* const other : others)
+        if (!option.empty() && !other->empty())
+            throw CLI::ExcludesError(option.get_name(), other->get_name());
+}
+
+void addIndex(CLI::App& app, IndexArguments& arguments, Command& command) {
+    CLI::App* const index = app.add_subcommand("index", "Make the loops of folders searchable");
+    addIndexDirectory(index, arguments.options.indexDirectory);
+    CLI::Option* const rebuild =
+        index->add_flag("--rebuild", arguments.options.rebuild, "Make the indexes anew");
+    CLI::Option* const watch =
+        index->add_flag("--watch", arguments.options.watch, "Follow the folders until Ctrl-C");
+    CLI::Option* const list = index->add_flag("--list", arguments.list, "Show what is indexed");
+    CLI::Option* const remove =
+        index->add_option("--remove", arguments.remove, "Forget a folder; its files stay")
+            ->type_name("FOLDER");
+    CLI::Option* const folders =
+        index->add_option("FOLDER", arguments.options.folders, "Folders of AIFF and WAV files")
+            ->type_name("");
+    index->callback([=, &arguments, &command] {
+        requireAlone(*list, {rebuild, watch, remove, folders});
+        requireAlone(*remove, {rebuild, watch, folders});
+        if (list->empty() && remove->empty() && folders->empty()) throw CLI::RequiredError("FOLDER");
+        arguments.options.isProgressShown = ::isatty(STDERR_FILENO) != 0;
+        command = [&] { return runIndexAs(arguments); };
+    });
+}
+
+/// Reads a meter such as "7/8".
+std::string wrongWithMeter(const std::string& text, marl::tagging::TimeSignature& meter) {
+    const std::size_t slash = std::min(text.find('/'), text.size() - 1);
+    std::int16_t numerator = 0, denominator = 0;
+    if (CLI::detail::lexical_cast(text.substr(0, slash), numerator) && numerator > 0 &&
+        CLI::detail::lexical_cast(text.substr(slash + 1), denominator) && denominator > 0) {
+        meter = {numerator, denominator};
+        return "";
+    }
+    return "'" + text + "' is not a time signature such as 4/4";
+}
+
+void addFilters(CLI::App* search, marl::tool::SearchOptions& options) {
+    search->add_option("--name", options.name, "Text in the path; one letter: names that begin with it")
+        ->type_name("TEXT");
+    search
+        ->add_option_function<std::string>(
+            "--time-signature", [](const std::string&) {}, "Such as 4/4 or 7/8")
+        ->type_name("N/D")
+        ->check([&](const std::string& text) { return wrongWithMeter(text, options.filters.timeSignature); });
+    CLI::Option* const key =
+        search->add_option("--key", options.key, "Root note (MIDI 1 to 127), or none")->type_name("N");
+    key->check(CLI::Range(1, 127).description(""));
+    search
+        ->add_option("--tolerance", options.filters.keyTolerance, "Semitones that it may be off; default: 0")
+        ->type_name("S")
+        ->check(CLI::Range(0, 127).description(""))
+        ->needs(key);
+    search->add_option("--key-type", options.filters.keyType, "Scale type, the number that info --json shows")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<std::int16_t>::max() + 0).description(""));
+}
+
+void addSearch(CLI::App& app, marl::tool::SearchOptions& options, Command& command) {
+    CLI::App* const search = app.add_subcommand("search", "Find loops in the indexes");
+    addIndexDirectory(search, options.indexDirectory);
+    addFilters(search, options);
+    search->add_option("--limit", options.limit, "Most loops to list; all are counted")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber.description(""));
+    search->add_flag("--json", options.json, "Print a JSON object with all that is known");
+    search->add_option("KEY", options.keys, "Instrument, genre or descriptor; loops have all of them")
+        ->type_name("");
+    search->callback([&] { command = [&] { return marl::tool::runSearch(options, std::cout, std::cerr); }; });
+}
+
+void addKeywords(CLI::App& app, marl::tool::KeywordsOptions& options, Command& command) {
+    CLI::App* const keywords = app.add_subcommand("keywords", "Show the keys that loops can be found by");
+    addIndexDirectory(keywords, options.indexDirectory);
+    keywords->add_flag("--json", options.json, "Print a JSON object");
+    keywords->callback(
+        [&] { command = [&] { return marl::tool::runKeywords(options, std::cout, std::cerr); }; });
+}
+
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     const auto chosen = app->get_subcommands();
     const auto extras = app->remaining();
@@ -114,7 +229,7 @@ int exitAfter(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Loops in your terminal: read, convert and browse loop files.", "marl");
+    CLI::App app("Loops in your terminal: read, convert, browse and find loop files.", "marl");
     app.set_version_flag("--version", "marl " MARL_VERSION);
     app.require_subcommand(1);
     app.failure_message(failureMessage);
@@ -122,9 +237,15 @@ int run(int argc, char** argv) {
     marl::tool::InfoOptions info;
     marl::tool::ConvertOptions convert;
     marl::tool::BrowseOptions browse;
+    IndexArguments index;
+    marl::tool::SearchOptions search;
+    marl::tool::KeywordsOptions keywords;
     addInfo(app, info, command);
     addConvert(app, convert, command);
     addBrowse(app, browse, command);
+    addIndex(app, index, command);
+    addSearch(app, search, command);
+    addKeywords(app, keywords, command);
     app.footer(kExamples);  // behind the subcommands, which would take it over
     try {
         app.parse(argc, argv);

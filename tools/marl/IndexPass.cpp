@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include "marl/IndexPass.h"
+
+#include "marl/Output.h"
+#include "marl/ProgressBar.h"
+#include "marl/StopSignals.h"
+#include "marl/TerminalText.h"
+
+#include <MarlCore/foundation/CException.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <sstream>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace marl::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+using halyard::CException;
+
+/// What the library prints on standard output goes to standard error while this lives: results alone go to
+/// standard output.
+class LibraryMessages {
+public:
+    LibraryMessages() : m_output(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)) {
+        std::fflush(stdout);
+        if (m_output >= 0) ::dup2(STDERR_FILENO, STDOUT_FILENO);
+    }
+    LibraryMessages(const LibraryMessages&) = delete;
+    LibraryMessages& operator=(const LibraryMessages&) = delete;
+    ~LibraryMessages() {
+        std::fflush(stdout);
+        if (m_output < 0) return;
+        ::dup2(m_output, STDOUT_FILENO);
+        ::close(m_output);
+    }
+
+private:
+    const int m_output;
+};
+
+/// Before an index is made for it.
+void requireIndexable(const std::string& root) {
+    if (root.size() > CIndexFileHeader::kLongestRoot)
+        throw std::system_error(ENAMETOOLONG, std::generic_category());
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(root.c_str()), ::closedir);
+    if (!folder) throw std::system_error(errno, std::generic_category());
+}
+
+bool isBusy(const std::exception& exception) noexcept {
+    const auto* const failure = dynamic_cast<const CException*>(&exception);
+    return failure && failure->getCode() == EBUSY;
+}
+
+/// Reasons that name their file once more lose the name.
+std::string reasonOf(const PathProblem& problem) {
+    const std::string name = problem.path + ": ";
+    return problem.reason.starts_with(name) ? problem.reason.substr(name.size()) : problem.reason;
+}
+
+bool hasNews(const SearchIndexingStatus& status) noexcept {
+    return status.filesAdded + status.filesUpdated + status.filesReturned + status.filesGone > 0;
+}
+
+constexpr TextTable::Column kColumns[] = {{"added", 7, true},  {"updated", 7, true}, {"unchanged", 9, true},
+                                          {"gone", 7, true},   {"back", 7, true},    {"refused", 7, true},
+                                          {"seconds", 8, true}};
+
+}  // namespace
+
+PassEnd IndexPasses::run(const std::string& root, bool isAnew) {
+    m_root = root;
+    m_told.clear();
+    const PassEnd end = pass(isAnew);
+    m_toldBefore[root] = m_told;
+    return end;
+}
+
+PassEnd IndexPasses::pass(bool isAnew) {
+    try {
+        requireIndexable(m_root);
+        return passOverUsableIndex(isAnew);
+    } catch (const std::exception& exception) {
+        return reportFailure(exception);
+    }
+}
+
+/// Begins again when the index turns out to be damaged, or gone by another process, since it was loaded.
+PassEnd IndexPasses::passOverUsableIndex(bool isAnew) {
+    try {
+        return tryPass(isAnew);
+    } catch (const CException& exception) {
+        if (exception.getCode() == ESTALE)
+            m_engine.removeIndexFile(m_engine.findIndexFileForDirectory(m_root));
+        else if (exception.getCode() != EUCLEAN)
+            throw;
+    }
+    return tryPass(false);
+}
+
+PassEnd IndexPasses::tryPass(bool isAnew) {
+    const auto begin = std::chrono::steady_clock::now();
+    IndexingState state;
+    runEngine(readyIndex(isAnew), state);
+    reportProblems(state);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+    if (!m_options.isQuiet || hasNews(state.status)) printRow(state.status, seconds.count());
+    if (state.status.isComplete)
+        return state.report.unreadableFolders.empty() ? PassEnd::kComplete : PassEnd::kPartly;
+    tell(m_root, "stopped; what was done is kept");
+    return PassEnd::kStopped;
+}
+
+/// The index of the folder, fit for a pass.
+CIndexFileRef IndexPasses::readyIndex(bool isAnew) {
+    CIndexFileRef file = m_engine.findIndexFileForDirectory(m_root);
+    const bool isDamaged = file && file->getState() == kIndexIsDamaged;
+    if (isDamaged) tell(m_root, "note: its index is damaged, and is made again from the audio files");
+    if (file && (isDamaged || isAnew)) {
+        m_engine.removeIndexFile(file);
+        file = {};
+    }
+    return file ? file : m_engine.createIndexFile(m_root);
+}
+
+void IndexPasses::runEngine(const CIndexFileRef& file, IndexingState& state) {
+    const StopSignals::Flag cancelling(state.cancelled);
+    const LibraryMessages messages;
+    ProgressBar bar(m_options.isProgressShown, fs::path(m_root).filename().string(), m_err);
+    bar.show(0, 0);
+    m_engine.index(file, state, [&](const SearchIndexingStatus& status) {
+        bar.show(status.filesDone, status.filesToDo);
+        return true;
+    });
+}
+
+void IndexPasses::reportProblems(const IndexingState& state) {
+    for (const PathProblem& problem : state.problems) tell(problem.path, reasonOf(problem));
+    for (const PathProblem& folder : state.report.unreadableFolders)
+        tell(folder.path, "cannot be read, what is known of its files stays: " + folder.reason);
+    if (state.report.danglingLinks > 0)
+        tell(m_root, "note: " + counted(state.report.danglingLinks, "dangling link"));
+}
+
+void IndexPasses::printRow(const SearchIndexingStatus& status, double seconds) {
+    if (!m_table) m_table.emplace(m_out, kColumns, "folder");
+    m_table->addRow({std::to_string(status.filesAdded), std::to_string(status.filesUpdated),
+                     std::to_string(status.filesUnchanged), std::to_string(status.filesGone),
+                     std::to_string(status.filesReturned), std::to_string(status.filesRefused),
+                     formatted("%.2f", seconds)},
+                    terminalText(m_root));
+    m_out.flush();
+}
+
+PassEnd IndexPasses::reportFailure(const std::exception& exception) {
+    if (isBusy(exception)) {
+        tell(m_root, "another process is indexing it");
+        return PassEnd::kBusy;
+    }
+    tell(m_root, messageOf(exception, "cannot be indexed"));
+    return PassEnd::kFailed;
+}
+
+/// Prints the line unless the last pass over this folder gave it too.
+void IndexPasses::tell(const std::string& path, const std::string& message) {
+    std::ostringstream line;
+    reportError(line, path, message);
+    if (m_told.insert(line.str()).second && !m_toldBefore[m_root].contains(line.str())) m_err << line.str();
+}
+
+}  // namespace marl::tool

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// `marl keywords`: what loops can be searched by.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+namespace marl::tool {
+
+struct KeywordsOptions {
+    std::string indexDirectory = {};  ///< empty: as `indexDirectoryOf` says
+    bool json = false;
+};
+
+/// Prints the keys of all indexes by their category, each with the number of files that carry it; sub-types
+/// below their instruments. Returns the exit status: to have no index is an error.
+int runKeywords(const KeywordsOptions& options, std::ostream& out, std::ostream& err);
+
+}  // namespace marl::tool
