@@ -47,7 +47,10 @@ TEST(CommandLine, HelpAndVersionAreResults) {
                  {{"--help"}, "Examples:"},
                  {{"info", "--help"}, "--json"},
                  {{"convert", "--help"}, "--channels"},
-                 {{"browse", "--help"}, "--depth"}};
+                 {{"browse", "--help"}, "--depth"},
+                 {{"index", "--help"}, "--watch"},
+                 {{"search", "--help"}, "--tolerance"},
+                 {{"keywords", "--help"}, "--index-dir"}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(joined(row.arguments));
         const Outcome outcome = runMarl(row.arguments);
@@ -59,7 +62,11 @@ TEST(CommandLine, HelpAndVersionAreResults) {
 }
 
 TEST(CommandLine, HelpFitsATerminal) {
-    for (const Arguments& arguments : {Arguments{"--help"}, {"info", "--help"}, {"convert", "--help"}}) {
+    for (const Arguments& arguments : {Arguments{"--help"},
+                                       {"info", "--help"},
+                                       {"convert", "--help"},
+                                       {"index", "--help"},
+                                       {"search", "--help"}}) {
         std::istringstream help(runMarl(arguments).out);
         for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 100U) << line;
     }
@@ -90,7 +97,25 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
                  {{"convert", "--rate", "48k", "in.wav", "out.wav"}, "48k"},
                  {{"convert", "--channels", "0", "in.wav", "out.wav"}, "--channels"},
                  {{"convert", "--channels", "3", "in.wav", "out.wav"}, "--channels"},
-                 {{"browse", "--depth", "-1"}, "--depth"}};
+                 {{"browse", "--depth", "-1"}, "--depth"},
+                 {{"index"}, "FOLDER"},
+                 {{"index", "--list", "."}, "--list"},
+                 {{"index", "--list", "--watch"}, "--list"},
+                 {{"index", "--remove", ".", "--rebuild"}, "--remove"},
+                 {{"index", "--remove"}, "--remove"},
+                 {{"search", "--time-signature", "4"}, "'4'"},
+                 {{"search", "--time-signature", "4/"}, "'4/'"},
+                 {{"search", "--time-signature", "0/4"}, "'0/4'"},
+                 {{"search", "--time-signature", "4/4/4"}, "4/4/4"},
+                 {{"search", "--time-signature", "70000/4"}, "70000/4"},
+                 {{"search", "--time-signature", ""}, "--time-signature"},
+                 {{"search", "--tolerance", "1"}, "--tolerance"},
+                 {{"search", "--key", "0"}, "--key"},
+                 {{"search", "--key", "128"}, "--key"},
+                 {{"search", "--key", "60", "--tolerance", "-1"}, "--tolerance"},
+                 {{"search", "--key-type", "0"}, "--key-type"},
+                 {{"search", "--limit", "-1"}, "--limit"},
+                 {{"keywords", "Bass"}, "Bass"}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(joined(row.arguments));
         const Outcome outcome = runMarl(row.arguments, {.folder = folder.path()});

@@ -10,6 +10,8 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,13 +39,16 @@ struct Capture {
 
     int descriptor() const { return ::fileno(file.get()); }
 
+    /// Leaves the place alone at which a program that still runs goes on.
     std::string contents() const {
-        std::rewind(file.get());
         std::string text;
         std::array<char, 4096> block;
-        while (const std::size_t count = std::fread(block.data(), 1, block.size(), file.get()))
-            text.append(block.data(), count);
-        return text;
+        for (;;) {
+            const ssize_t count =
+                ::pread(descriptor(), block.data(), block.size(), static_cast<off_t>(text.size()));
+            if (count <= 0) return text;
+            text.append(block.data(), static_cast<std::size_t>(count));
+        }
     }
 };
 
@@ -66,6 +71,10 @@ private:
     if (surroundings.mostFileBytes) {
         const rlimit limit{*surroundings.mostFileBytes, *surroundings.mostFileBytes};
         if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) ::_exit(126);
+    }
+    if (surroundings.obeysPermissions) {  // fails where there is nothing to give up
+        ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+        ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
     }
     const bool ready = ::chdir(surroundings.folder.c_str()) == 0 && ::dup2(in, STDIN_FILENO) >= 0 &&
                        ::dup2(out, STDOUT_FILENO) >= 0 && ::dup2(err, STDERR_FILENO) >= 0;
@@ -130,6 +139,40 @@ Outcome runMarl(const std::vector<std::string>& arguments, const Surroundings& s
     const Capture out;
     Outcome outcome = runInto(out.descriptor(), arguments, surroundings);
     outcome.out = out.contents();
+    return outcome;
+}
+
+struct RunningMarl::Captures {
+    Capture out, err;
+};
+
+RunningMarl::RunningMarl(const std::vector<std::string>& arguments, const Surroundings& surroundings)
+    : m_captures(std::make_unique<Captures>()),
+      m_child(start(arguments, surroundings, m_captures->out.descriptor(), m_captures->err.descriptor())) {}
+
+RunningMarl::~RunningMarl() {
+    if (m_child <= 0) return;
+    sendSignal(SIGKILL);
+    support::await(m_child);
+}
+
+void RunningMarl::sendSignal(int signal) const {
+    ::kill(m_child, signal);
+}
+
+std::string RunningMarl::out() const {
+    return m_captures->out.contents();
+}
+
+std::string RunningMarl::err() const {
+    return m_captures->err.contents();
+}
+
+Outcome RunningMarl::await() {
+    Outcome outcome = support::await(m_child);
+    m_child = 0;
+    outcome.out = out();
+    outcome.err = err();
     return outcome;
 }
 

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include <tools/marl/Index.h>
+#include <tools/marl/NearKeys.h>
+#include <tools/marl/Output.h>
+#include <tools/marl/Search.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "SearchEngine/SearchLibrary.h"
+
+namespace marl::tool {
+namespace {
+
+using Names = std::vector<std::string>;
+
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+
+struct Loop {
+    std::string name;
+    support::BasicTagging tagging = {};
+    support::Categories categories = {};
+};
+
+class Search : public testing::Test {
+protected:
+    void add(const Loop& loop) const {
+        support::AIFFContents contents;
+        contents.common = support::CommonChunk{.channels = 1, .bitsPerChannel = 8, .sampleRate = 1000};
+        contents.basicTagging = loop.tagging;
+        contents.categories = loop.categories;
+        contents.samples = support::Bytes().zeros(2000);
+        m_loops.write(loop.name, support::aiffFile(contents));
+    }
+
+    void index() const {
+        std::ostringstream out, err;
+        ASSERT_EQ(runIndex({.indexDirectory = m_indexes.path(), .folders = {m_loops.path()}}, out, err),
+                  kDone)
+            << err.str();
+    }
+
+    Outcome search(SearchOptions options) const {
+        options.indexDirectory = m_indexes.path();
+        std::ostringstream out, err;
+        const int status = runSearch(options, out, err);
+        return {status, out.str(), err.str()};
+    }
+
+    json found(SearchOptions options) const {
+        options.json = true;
+        return json::parse(search(std::move(options)).out);
+    }
+
+    Names names(const SearchOptions& options) const {
+        Names names;
+        const json object = found(options);
+        for (const json& result : object["results"])
+            names.push_back(result["path"].get<std::string>().substr(m_loops.path().size() + 1));
+        return names;
+    }
+
+    support::TemporaryFolder m_loops, m_indexes;
+};
+
+TEST_F(Search, PrintsEveryField) {
+    add({"x.aif",
+         {.beats = 7, .rootNote = 67, .scaleType = 2, .numerator = 7, .denominator = 8},
+         {.instrument = "Xinst",
+          .instrumentSubType = "Xsub",
+          .genre = "Xgenre",
+          .descriptors = {"Xd", "Xe"}}});
+    add({"y.aif", {.beats = 0, .rootNote = -1, .fileType = 2}});
+    index();
+    const json expected = {{"count", 2},
+                           {"results",
+                            {{{"path", m_loops.path("x.aif")},
+                              {"instrument", "Xinst"},
+                              {"instrumentSubType", "Xsub"},
+                              {"genre", "Xgenre"},
+                              {"descriptors", {"Xd", "Xe"}},
+                              {"tempo", 105.0},
+                              {"rootNote", 67},
+                              {"keyType", 2},
+                              {"timeSignature", {7, 8}},
+                              {"numberOfBeats", 3},
+                              {"oneShot", false},
+                              {"fileID", 1}},
+                             {{"path", m_loops.path("y.aif")},
+                              {"instrument", nullptr},
+                              {"instrumentSubType", nullptr},
+                              {"genre", nullptr},
+                              {"descriptors", json::array()},
+                              {"tempo", nullptr},
+                              {"rootNote", 0},
+                              {"keyType", 3},
+                              {"timeSignature", {4, 4}},
+                              {"numberOfBeats", 4},
+                              {"oneShot", true},
+                              {"fileID", 2}}}},
+                           {"keys", {{"Xd", 1}, {"Xe", 1}, {"Xgenre", 1}, {"Xinst", 1}, {"Xsub", 1}}}};
+    EXPECT_EQ(found({}).dump(1), expected.dump(1));
+    EXPECT_EQ(search({}).out,
+              "type         bpm meter root instrument           genre            path\n"
+              "loop      105.00 7/8   G    Xinst                Xgenre           " +
+                  m_loops.path("x.aif") +
+                  "\n"
+                  "one-shot       - -     -    -                    -                " +
+                  m_loops.path("y.aif") + "\n2 loop files\n");
+}
+
+TEST_F(Search, FindsWhatPassesEveryFilter) {
+    add({"b/c60.aif", {.rootNote = 60, .scaleType = 1}, {.genre = "Xg", .descriptors = {"Xa", "Two Words"}}});
+    add({"a/d62.aif", {.rootNote = 62, .scaleType = 2}, {.genre = "Xg", .descriptors = {"Xb"}}});
+    add({"a/none.aif", {.rootNote = -1, .numerator = 3}, {.descriptors = {"Xa"}}});
+    index();
+    const struct {
+        const char* what;
+        SearchOptions options;
+        Names names;
+    } kRows[] = {
+        {"nothing asked: by path", {}, {"a/d62.aif", "a/none.aif", "b/c60.aif"}},
+        {"a key in another case", {.keys = {"xA"}}, {"a/none.aif", "b/c60.aif"}},
+        {"two keys", {.keys = {"Xa", "Xg"}}, {"b/c60.aif"}},
+        {"a key of two words", {.keys = {"two words"}}, {"b/c60.aif"}},
+        {"keys that never meet", {.keys = {"Xa", "Xb"}}, {}},
+        {"a part of the path", {.name = "A/"}, {"a/d62.aif", "a/none.aif"}},
+        {"a first letter", {.name = "C"}, {"b/c60.aif"}},
+        {"a meter", {.filters = {.timeSignature = {3, 4}}}, {"a/none.aif"}},
+        {"a root note, or none", {.key = 62}, {"a/d62.aif", "a/none.aif"}},
+        {"two semitones",
+         {.filters = {.keyTolerance = 2}, .key = 62},
+         {"a/d62.aif", "a/none.aif", "b/c60.aif"}},
+        {"a scale type", {.filters = {.keyType = 1}}, {"a/none.aif", "b/c60.aif"}},
+        {"a limit", {.limit = 2}, {"a/d62.aif", "a/none.aif"}},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(names(row.options), row.names);
+    }
+    const json limited = found({.limit = 1, .keys = {"Xa"}});
+    EXPECT_EQ(limited["count"], 2);
+    EXPECT_EQ(limited["results"].size(), 1U);
+    EXPECT_EQ(limited["keys"]["Xa"], 2);
+    EXPECT_TRUE(search({.limit = 1}).out.ends_with("\n1 of 3 loop files\n"));
+    EXPECT_EQ(search({.keys = {"Xa", "Xb"}}).out, "no loop files\n");
+    EXPECT_EQ(search({.keys = {"Xa", "Xb"}}).err, "");
+}
+
+TEST_F(Search, ListsAFileOfTwoIndexesOnce) {
+    add({"in/a.aif", {}, {.genre = "Xg"}});
+    index();
+    std::ostringstream out, err;
+    runIndex({.indexDirectory = m_indexes.path(), .folders = {m_loops.path("in")}}, out, err);
+    const json both = found({.keys = {"Xg"}});
+    EXPECT_EQ(both["count"], 1);
+    EXPECT_EQ(both["keys"]["Xg"], 1);
+    EXPECT_EQ(names({}), Names{"in/a.aif"});
+}
+
+TEST_F(Search, NamesPathsThatAreNoText) {
+    add({"no \xFF.aif"});
+    add({"line\nbreak.aif"});
+    index();
+    const json result = found({.name = "n"})["results"].at(0);
+    EXPECT_EQ(result["path"], m_loops.path("no \xEF\xBF\xBD.aif"));
+    EXPECT_TRUE(result["pathURL"].get<std::string>().ends_with("/no%20%FF.aif")) << result;
+    EXPECT_NE(search({}).out.find("/line\\x0Abreak.aif\n"), std::string::npos);
+}
+
+TEST_F(Search, SuggestsKeysThatThereAre) {
+    add({"a.aif", {}, {.genre = "Xgenre", .descriptors = {"Xbright", "Xylo Guitar"}}});
+    index();
+    const struct {
+        std::string key, hint;
+    } kRows[] = {{"Xbrihgt", "; did you mean 'Xbright'?"},   {"xylo", "; did you mean 'Xylo Guitar'?"},
+                 {"guitr", "; did you mean 'Xylo Guitar'?"}, {"xge", "; did you mean 'Xgenre'?"},
+                 {"zzzzzz", ": 'marl keywords' lists them"}, {"\xFF", ": 'marl keywords' lists them"},
+                 {"", ": 'marl keywords' lists them"}};
+    for (const auto& row : kRows) {
+        const Outcome outcome = search({.json = true, .keys = {"Xgenre", row.key}});
+        EXPECT_EQ(outcome.status, kDone);
+        EXPECT_EQ(json::parse(outcome.out)["count"], 0);
+        const std::string name = row.key == "\xFF" ? "\\xFF" : row.key;
+        EXPECT_EQ(outcome.err, "marl: " + name + ": no loop file has this key" + row.hint + "\n");
+    }
+}
+
+TEST_F(Search, NeedsAnIndex) {
+    const Outcome outcome = search({});
+    EXPECT_EQ(outcome.status, kFailed);
+    EXPECT_EQ(outcome.err, "marl: " + m_indexes.path() + ": no index yet: 'marl index FOLDER' makes one\n");
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST(NearKeys, CountTheLettersThatDiffer) {
+    const struct {
+        const char *a, *b;
+        std::size_t distance;
+    } kRows[] = {{"", "", 0},         {"", "abc", 3},       {"bass", "BASS", 0},
+                 {"bas", "bass", 1},  {"baass", "bass", 1}, {"bess", "bass", 1},
+                 {"abss", "bass", 1}, {"ca", "abc", 3},     {"kitten", "sitting", 3}};
+    for (const auto& row : kRows) {
+        EXPECT_EQ(spellingDistance(row.a, row.b), row.distance) << row.a << " " << row.b;
+        EXPECT_EQ(spellingDistance(row.b, row.a), row.distance) << row.b << " " << row.a;
+    }
+}
+
+}  // namespace
+}  // namespace marl::tool
