@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
-#include <utility>
 
 namespace marl {
 
@@ -37,20 +35,6 @@ constexpr std::size_t kLargestBlock = std::size_t{1} << kPlaceBits;
 constexpr std::size_t kFirstBlock = std::size_t{1} << 16;
 constexpr std::size_t kMostBlocks = 64;
 static_assert(kFirstBlock > kMostPacked);
-
-constexpr std::uint32_t kNoText = std::numeric_limits<std::uint32_t>::max();
-
-/// Eight bytes at a time; the factor is 2^64 divided by the golden ratio.
-std::uint32_t hashOf(std::string_view text) noexcept {
-    std::uint64_t hash = text.size();
-    for (std::uint64_t bytes; !text.empty(); text.remove_prefix(std::min(text.size(), sizeof bytes))) {
-        bytes = 0;
-        std::memcpy(&bytes, text.data(), std::min(text.size(), sizeof bytes));
-        hash = (hash ^ bytes) * 0x9E3779B97F4A7C15;
-        hash ^= hash >> 32;
-    }
-    return static_cast<std::uint32_t>(hash);
-}
 
 template <class Number>
 Number load(const std::byte* bytes) noexcept {
@@ -87,34 +71,17 @@ void zero(std::span<std::byte> image, std::size_t begin, std::size_t end) noexce
 
 // ---- Texts ----
 
-std::uint32_t TextNumbers::add(std::string_view text) {
-    if (2 * m_texts.size() >= m_slots.size()) grow();
-    const std::uint32_t hash = hashOf(text);
-    for (std::size_t i = hash;; ++i) {
-        Slot& slot = m_slots[i & (m_slots.size() - 1)];
-        if (slot.number == kNoText) {
-            slot = {hash, static_cast<std::uint32_t>(m_texts.size())};
-            m_texts.emplace_back(text);
-            return slot.number;
-        }
-        if (slot.hash == hash && m_texts[slot.number] == text) return slot.number;
-    }
-}
-
-void TextNumbers::grow() {
-    constexpr std::size_t kFirstSlots = 64;
-    const std::vector<Slot> old = std::exchange(
-        m_slots, std::vector<Slot>(std::max(kFirstSlots, 2 * m_slots.size()), Slot{0, kNoText}));
-    for (const Slot& taken : old) {
-        std::size_t i = taken.hash;
-        while (m_slots[i & (m_slots.size() - 1)].number != kNoText) ++i;
-        if (taken.number != kNoText) m_slots[i & (m_slots.size() - 1)] = taken;
-    }
+std::optional<std::uint32_t> TextNumbers::add(std::string_view text) {
+    if (const auto known = m_numbers.find(text); known != m_numbers.end()) return known->second;
+    if (m_texts.size() == m_most) return {};
+    const auto number = static_cast<std::uint32_t>(m_texts.size());
+    m_texts.push_back(m_numbers.emplace(text, number).first->first);
+    return number;
 }
 
 void TextNumbers::clear() noexcept {
+    m_numbers.clear();
     m_texts.clear();
-    m_slots.clear();
 }
 
 // ---- Keeping records ----
@@ -164,9 +131,11 @@ std::size_t PackedRecords::pack(std::span<const std::byte, CFileIndexInfo::kSize
         store(packed.data() + kFieldsAt + 2 * i, *spelling);
     }
     const std::string_view path = nameIn(image);
-    const std::size_t folder = path.rfind('/') + 1;  // 0 without one
-    store(packed.data() + kFolderAt, m_folders.add(path.substr(0, folder)));
-    const std::string_view name = path.substr(folder);
+    const std::size_t nameAt = path.rfind('/') + 1;  // 0 without a folder
+    const auto folder = m_folders.add(path.substr(0, nameAt));
+    if (!folder) return 0;
+    store(packed.data() + kFolderAt, *folder);
+    const std::string_view name = path.substr(nameAt);
     std::byte* const end =
         std::ranges::copy(std::as_bytes(std::span(name)), &packed[kFieldsAt + 2 * fields]).out;
     *end = std::byte{0};
@@ -177,11 +146,10 @@ std::size_t PackedRecords::pack(std::span<const std::byte, CFileIndexInfo::kSize
 
 /// Nothing when there are too many.
 std::optional<std::uint16_t> PackedRecords::spellingOf(const std::byte* field) {
-    constexpr std::size_t kMost = std::numeric_limits<std::uint16_t>::max();
-    const std::uint32_t number = m_spellings.add({reinterpret_cast<const char*>(field), SearchKey::kSize});
-    if (number > kMost) return {};
-    const auto spelling = static_cast<std::uint16_t>(number);
-    if (number == m_keyNumbers.size())
+    const auto number = m_spellings.add({reinterpret_cast<const char*>(field), SearchKey::kSize});
+    if (!number) return {};
+    const auto spelling = static_cast<std::uint16_t>(*number);
+    if (*number == m_keyNumbers.size())
         m_keyNumbers.push_back(m_keys.try_emplace(SearchKey::fromBytes(field), spelling).first->second);
     return spelling;
 }

@@ -8,40 +8,46 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace marl {
 
-/// Numbers for texts, from 0 on, in the order in which they come. Several times as fast as the maps of the
-/// standard library on the dozen look-ups that each record takes.
+/// Numbers for texts, from 0 on, in the order in which they come.
 class TextNumbers {
 public:
-    std::uint32_t add(std::string_view text);
+    explicit TextNumbers(std::size_t most) : m_most(most) {}
+
+    /// The number of the text; nothing when it is a new one and there are `most` already.
+    std::optional<std::uint32_t> add(std::string_view text);
     std::string_view operator[](std::uint32_t number) const noexcept { return m_texts[number]; }
     void clear() noexcept;
 
 private:
-    struct Slot {
-        std::uint32_t hash;
-        std::uint32_t number;
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const noexcept {
+            return std::hash<std::string_view>{}(text);
+        }
     };
 
-    void grow();
-
-    std::vector<std::string> m_texts;
-    std::vector<Slot> m_slots;  // a power of two, at most half of them taken
+    std::size_t m_most;
+    std::unordered_map<std::string, std::uint32_t, Hash, std::equal_to<>> m_numbers;
+    std::vector<std::string_view> m_texts;  // owned by m_numbers
 };
 
 /// Copies of records, by file identifier. A record of 1464 bytes takes about 90: keys and folders, which many
 /// records share, are stored once, and bytes behind the end of a text are not. To write a record out takes a
 /// fraction of the time of a read from the file, be it in the cache of the system.
 ///
-/// Keeps what comes out byte for byte, and at most 512 MiB of it: not every record. [one thread at a time]
+/// Keeps what comes out byte for byte, at most 512 MiB of it, and as many folders and keys as are seen in
+/// practice: not every record. [one thread at a time]
 class PackedRecords {
 public:
     /// Takes a copy in place of an earlier one; drops that when this record cannot be kept.
@@ -79,8 +85,11 @@ private:
     std::vector<halyard::CBufferRef> m_blocks;
     std::size_t m_used = 0;  // bytes of the last block
 
-    TextNumbers m_folders;                      // with the slash at their end
-    TextNumbers m_spellings;                    // all bytes of key fields
+    static constexpr std::size_t kMostFolders = std::size_t{1} << 18;
+    static constexpr std::size_t kMostSpellings = std::size_t{1} << 16;
+
+    TextNumbers m_folders{kMostFolders};        // with the slash at their end
+    TextNumbers m_spellings{kMostSpellings};    // all bytes of key fields
     std::vector<std::uint16_t> m_keyNumbers;    // of the keys that they spell
     std::map<SearchKey, std::uint16_t> m_keys;  // the number of the first spelling of each
 };

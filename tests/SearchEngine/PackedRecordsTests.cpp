@@ -90,6 +90,23 @@ TEST(PackedRecords, KnowKeysInAnySpelling) {
     EXPECT_FALSE(records.numberOf(SearchKey("Dr")));
 }
 
+TEST(PackedRecords, TakeNoMoreTextsThanTheyHaveNumbersFor) {
+    const auto numberOfTexts = [](auto loopOf) {
+        constexpr std::int32_t kTried = 300000;
+        PackedRecords records;
+        for (std::int32_t fileID = 1; fileID <= kTried; ++fileID)
+            records.keep(fileID, numbered(loopOf(std::to_string(fileID)), fileID));
+        std::int32_t held = 0;
+        while (records.holds(held + 1)) ++held;
+        EXPECT_EQ(heldBytes(records, held), bytesOf(numbered(loopOf(std::to_string(held)), held)));
+        EXPECT_FALSE(records.holds(kTried));
+        return held;
+    };
+    EXPECT_EQ(numberOfTexts([](std::string text) { return IndexedLoop{.genre = text}; }), 65535)
+        << "and the empty key";
+    EXPECT_EQ(numberOfTexts([](std::string text) { return IndexedLoop{.path = text + "/A.aif"}; }), 262144);
+}
+
 // Records of all lengths take each other's place, over several blocks of memory.
 TEST(PackedRecords, AgreeWithAMapAfterManyChanges) {
     constexpr unsigned kSeed = 5;
