@@ -143,6 +143,8 @@ public:
 
     /// Whether the file has been deleted since it was opened: what is written to it is lost.
     bool isDeleted() const { return versionOnDisk().isDeleted; }
+    /// Whether nothing has been written to it yet.
+    bool isEmpty() const { return versionOnDisk().size == 0; }
 
 private:
     /// What the filters ask of a record.

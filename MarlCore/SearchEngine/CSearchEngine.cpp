@@ -123,6 +123,7 @@ void CSearchEngine::loadIndexFiles() {
         try {
             load1IndexFile(path);
         } catch (const CException& exception) {
+            if (exception.getCode() == ENOENT) continue;  // another process has just removed it
             const std::string reason = exception.getCode() != 0 ? std::strerror(exception.getCode()) : "";
             m_loadProblems.push_back({path, exception.getMessage() + (reason.empty() ? "" : ": " + reason)});
         }
@@ -137,6 +138,7 @@ bool CSearchEngine::isLoaded(const std::string& path) const {
 void CSearchEngine::load1IndexFile(const std::string& path) {
     const CIndexFileRef file(new CIndexFile(CSTR(path), false));
     const CIndexFile::ContentsScope contents(*file, false);
+    if (file->isEmpty()) return;  // another process is about to write its header
     file->readHeader();
     const bool isClosedCleanly = file->getIntegrityFlag() == CIndexFileHeader::kClosedCleanly;
     if (file->getVersion() != CIndexFileHeader::kVersion) {
@@ -145,7 +147,7 @@ void CSearchEngine::load1IndexFile(const std::string& path) {
         throw CParamException(kParameterError, "this is not an index file");
     }
     if (!isClosedCleanly && file->getRootDirectory().empty())
-        throw CParamException(kParameterError, "this is not an index file, or one that was never written");
+        throw CParamException(kParameterError, "this is not an index file");
     if (file->getState() != kIndexIsDamaged) file->readSearchKeySet();
     m_indexFiles.push_back(file);
     std::ranges::sort(m_indexFiles, {},

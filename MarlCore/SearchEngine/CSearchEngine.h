@@ -45,7 +45,8 @@ public:
     /// Loads the index files of the index directory that are not loaded yet: those whose names contain
     /// "Search Index " and ".txt". Damaged ones are loaded without keys. Index files of another version are
     /// deleted. Files that cannot be opened are left out, and told by `getLoadProblems`; so are those that
-    /// are not index files at all.
+    /// are not index files at all. Empty files, and those that go meanwhile, are left out without a word:
+    /// other processes are at them.
     void loadIndexFiles();
     const std::vector<PathProblem>& getLoadProblems() const noexcept { return m_loadProblems; }
 

@@ -72,13 +72,16 @@ TEST(SearchEngine, LoadsWhatAreIndexFilesAndKeepsTheRest) {
     }
     std::ofstream(name("diary.txt")) << std::string(5000, 'd');
     std::ofstream(name("empty.txt"));
+    fs::create_symlink("nowhere", name("gone.txt"));
     fs::create_directory(name("folder.txt"));
     ASSERT_EQ(::mkfifo(name("pipe.txt").c_str(), 0600), 0);
     fs::copy_file(index, library.indexes().path("Index.txt"));
 
     const CSearchEngineRef engine = SearchLibrary::newEngine();
     EXPECT_EQ(engine->indexFileCount(), 1);
-    EXPECT_EQ(engine->getLoadProblems().size(), 4U);
+    Names told;
+    for (const marl::PathProblem& problem : engine->getLoadProblems()) told.insert(problem.path);
+    EXPECT_EQ(told, (Names{name("diary.txt"), name("folder.txt"), name("pipe.txt")}));
     EXPECT_FALSE(fs::exists(name("old.txt"))) << "an index of another version";
     for (const char* const end : {"diary.txt", "empty.txt", "folder.txt", "pipe.txt"})
         EXPECT_TRUE(fs::exists(name(end))) << end;
