@@ -18,7 +18,7 @@ std::string environmentValue(const char* name) {
 }
 
 /// The absolute path that an environment variable holds, or nothing: relative ones would mean another folder
-/// with every change of the current one, and the XDG specification has them ignored.
+/// with every change of the current one, and the rules for XDG folders have them ignored.
 std::optional<fs::path> absolutePathIn(const char* variable) {
     fs::path path(environmentValue(variable));
     return path.is_absolute() ? std::optional(std::move(path)) : std::nullopt;
