@@ -281,15 +281,20 @@ bool CIndexFile::readEntries() {
 
 /// False when the keys do not rise, or an identifier is none.
 bool CIndexFile::insertEntries(std::span<const std::byte> entries) {
-    SearchKey last;
+    const std::byte* last = nullptr;
     for (; !entries.empty(); entries = entries.subspan(kEntrySize)) {
-        const SearchKey key = SearchKey::fromBytes(entries.data() + kEntryKey);
+        const std::byte* const bytes = entries.data() + kEntryKey;
         const auto fileID = static_cast<std::int32_t>(loadBig32(entries.data() + kEntryFileID));
         if (fileID < 1 || fileID > getFileCount()) return false;
-        const bool isNew = key.bytes() != last.bytes();  // mostly not: keys come in long runs
-        if (isNew && !m_keys.postings().empty() && key < m_keys.postings().rbegin()->first) return false;
-        m_keys.insert({key, fileID});
-        last = key;
+        // Keys come in long runs.
+        if (last && std::memcmp(bytes, last, SearchKey::kSize) == 0) {
+            m_keys.insertForLastKey(fileID);
+        } else {
+            const SearchKey key = SearchKey::fromBytes(bytes);
+            if (!m_keys.postings().empty() && key < m_keys.postings().rbegin()->first) return false;
+            m_keys.insert({key, fileID});
+        }
+        last = bytes;
     }
     return true;
 }

@@ -7,7 +7,12 @@
 namespace marl {
 
 void KeyPostings::add(const SearchKey& spelling, std::int32_t fileID) {
-    if (m_spellings.empty() || !isSpelledLast(spelling)) m_spellings.push_back({spelling, m_fileIDs.size()});
+    if (m_spellings.empty() || m_spellings.back().key.bytes() != spelling.bytes())
+        m_spellings.push_back({spelling, m_fileIDs.size()});
+    addSpelledAlike(fileID);
+}
+
+void KeyPostings::addSpelledAlike(std::int32_t fileID) {
     const bool ascends = m_fileIDs.empty() || fileID > m_fileIDs.back();
     if (m_isAscending && !ascends) {
         m_isAscending = false;
@@ -42,9 +47,13 @@ void KeyPostings::remove(std::span<const std::int32_t> fileIDs) {
 
 void CSearchKeySet::insert(const CSearchKeyIndex& entry) {
     const SearchKey& key = entry.getSearchKey();
-    const bool isForLast = m_last && (m_last->isSpelledLast(key) || m_last->key() == key);
-    if (!isForLast) m_last = &m_postings[key];
+    if (!m_last || !(m_last->key() == key)) m_last = &m_postings[key];
     m_last->add(key, entry.getFileID());
+    ++m_size;
+}
+
+void CSearchKeySet::insertForLastKey(std::int32_t fileID) {
+    m_last->addSpelledAlike(fileID);
     ++m_size;
 }
 

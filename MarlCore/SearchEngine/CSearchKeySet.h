@@ -49,12 +49,9 @@ public:
     /// The spelling that came first.
     const SearchKey& key() const noexcept { return m_spellings.front().key; }
 
-    /// Whether the last entry has exactly these letters.
-    bool isSpelledLast(const SearchKey& key) const noexcept {
-        return m_spellings.back().key.bytes() == key.bytes();
-    }
-
     void add(const SearchKey& spelling, std::int32_t fileID);
+    /// Spelled as the last entry, which there must be.
+    void addSpelledAlike(std::int32_t fileID);
     /// `fileIDs` ascend.
     void remove(std::span<const std::int32_t> fileIDs);
 
@@ -96,6 +93,8 @@ public:
     CSearchKeySet& operator=(const CSearchKeySet&) = delete;
 
     void insert(const CSearchKeyIndex& entry);
+    /// The same key, in the same spelling, as the entry that `insert` took just before.
+    void insertForLastKey(std::int32_t fileID);
     void clear() noexcept;
 
     /// Erases every entry of these files. `fileIDs` ascend.

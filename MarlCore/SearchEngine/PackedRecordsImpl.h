@@ -32,9 +32,9 @@ public:
 private:
     struct Hash {
         using is_transparent = void;
-        std::size_t operator()(std::string_view text) const noexcept {
-            return std::hash<std::string_view>{}(text);
-        }
+        // Deliberately not noexcept: the map keeps the hashes then, instead of making them again to find the
+        // end of a bucket.
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
     };
 
     std::size_t m_most;
