@@ -3,7 +3,7 @@
 #   marl_test_timeout  seconds for a test case
 #   marl_program       what tests execute as the program marl
 if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
-  set(marl_test_timeout 120)
+  set(marl_test_timeout 600)  # on a busy machine, under a sanitizer
   set(marl_program $<TARGET_FILE:marl>)
   target_compile_definitions(test_support PUBLIC MARL_DEATH_TEST_STYLE="threadsafe")
   return()
