@@ -391,11 +391,15 @@ bool lockByte(int descriptor, CIndexFile::Lock which, short type, bool wait) noe
 }  // namespace
 
 bool CIndexFile::lockForUpdate() {
-    return lockByte(m_descriptor, Lock::kUpdate, F_WRLCK, false);
+    if (m_isUpdater.exchange(true)) return false;
+    const bool isLocked = lockByte(m_descriptor, Lock::kUpdate, F_WRLCK, false);
+    m_isUpdater = isLocked;
+    return isLocked;
 }
 
 void CIndexFile::unlockAfterUpdate() noexcept {
     lockByte(m_descriptor, Lock::kUpdate, F_UNLCK, false);
+    m_isUpdater = false;
 }
 
 bool CIndexFile::isBeingUpdated() const noexcept {

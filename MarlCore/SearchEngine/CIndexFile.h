@@ -12,6 +12,7 @@
 #include <MarlCore/foundation/CMutex.h>
 #include <MarlCore/foundation/CString.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -27,7 +28,8 @@ class PackedRecords;
 /// An open index file with its header and its keys in memory.
 ///
 /// It does no locking of its own between threads: who may run beside an indexing thread holds `getMutex`
-/// first, when `isUnderMutexControl`. `search` does so itself. Between processes see `Lock`.
+/// first, when `isUnderMutexControl`, to read the header too. `search` does so itself. Between processes see
+/// `Lock`.
 ///
 /// Every member throws `CException` (file error, the code is errno) for what the system refuses.
 class MARLCORE_EXPORT CIndexFile : public halyard::CSharedObject {
@@ -39,6 +41,7 @@ public:
     ~CIndexFile() override;
 
     halyard::CMutexRef getMutex() const { return m_mutex; }
+    /// Put a file under control before a thread begins to change it. [any thread]
     void enableMutexControl(bool enable) noexcept { m_underMutexControl = enable; }
     bool isUnderMutexControl() const noexcept { return m_underMutexControl; }
     halyard::CStringRef getFullPath() const { return m_path; }
@@ -135,7 +138,7 @@ public:
         const CIndexFile& m_file;
     };
 
-    /// Becomes the one updater; false when there is one.
+    /// Becomes the one updater; false when there is one, even if it is this object. [any thread]
     bool lockForUpdate();
     void unlockAfterUpdate() noexcept;
     /// Whether somebody else is the updater.
@@ -190,7 +193,8 @@ private:
     static std::int64_t placeOf(std::int32_t fileID) noexcept;
 
     halyard::CMutexRef m_mutex;
-    bool m_underMutexControl = false;
+    std::atomic<bool> m_underMutexControl{false};
+    std::atomic<bool> m_isUpdater{false};
     halyard::CStringRef m_path;
     CIndexFileHeader m_header;
     CSearchKeySet m_keys;

@@ -9,6 +9,8 @@ namespace marl {
 
 CIndexingThread::CIndexingThread(CSearchEngine& engine, const CIndexFileRef& file)
     : m_engine(engine), m_file(file) {
+    file->enableMutexControl(true);  // before the thread runs: a search that has begun waits for nobody
+    const CIndexingMutexHelper mutex(*file);
     m_status.rootDirectory = file->getRootDirectory();
 }
 
@@ -56,11 +58,11 @@ void CIndexingThread::stop() {
 
 void CIndexingThread::publish(const std::string& error) {
     const std::lock_guard lock(m_statusMutex);
-    const std::string first = m_status.error.empty() ? error : m_status.error;
-    m_status = m_state.status;
-    m_status.error = first;
-    if (m_status.rootDirectory.empty()) m_status.rootDirectory = m_file->getRootDirectory();
-    m_status.isFinished = m_finished || !first.empty();
+    SearchIndexingStatus status = m_state.status;
+    status.error = m_status.error.empty() ? error : m_status.error;
+    status.rootDirectory = m_status.rootDirectory;
+    status.isFinished = m_finished || !status.error.empty();
+    m_status = status;
 }
 
 bool CIndexingThread::isIndexingComplete() const {

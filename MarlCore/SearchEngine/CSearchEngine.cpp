@@ -193,15 +193,18 @@ CIndexFileRef CSearchEngine::createIndexFile(const std::string& rootDirectory) {
 
 CIndexFileRef CSearchEngine::findIndexFileForDirectory(const std::string& path) const {
     const std::string root = standardized(path);
-    const auto place = std::ranges::find_if(
-        m_indexFiles, [&](const CIndexFileRef& file) { return file->getRootDirectory() == root; });
+    const auto place = std::ranges::find_if(m_indexFiles, [&](const CIndexFileRef& file) {
+        const CIndexingMutexHelper lock(*file);
+        return file->getRootDirectory() == root;
+    });
     return place == m_indexFiles.end() ? CIndexFileRef() : *place;
 }
 
 void CSearchEngine::removeIndexFile(const CIndexFileRef& file) {
     halyard::throwIfNull(file, "file");
     if (!file->lockForUpdate())
-        throwFileError(EBUSY, "the index of '%s' is being brought up to date", file->getRootDirectory());
+        throwFileError(EBUSY, "the index '%s' is being brought up to date",
+                       file->getFullPath()->getStringRef());
     std::erase(m_indexFiles, file);
     file->removeFile();
 }
@@ -215,11 +218,18 @@ CIndexFileRef CSearchEngine::getIndexFile(int number) const {
 
 // ---- Searching ----
 
-/// Takes over what another process has written since.
+/// Takes over what another process has written since. [mutex held]
 void CSearchEngine::refresh(CIndexFile& file) {
-    const CIndexingMutexHelper lock(file);
     const CIndexFile::ContentsScope contents(file, false);
     file.reloadIfChanged();
+}
+
+/// Whether searches look into an index, which is as it is on disk then.
+bool CSearchEngine::isSearched(CIndexFile& file) {
+    const CIndexingMutexHelper lock(file);
+    refresh(file);
+    const bool isIndexed = file.getState() == kIndexIsComplete || file.getState() == kIndexIsIncomplete;
+    return isIndexed && file.getEnabled();
 }
 
 int CSearchEngine::search(std::span<const SearchKey> keys, const SearchFilters& filters,
@@ -227,9 +237,7 @@ int CSearchEngine::search(std::span<const SearchKey> keys, const SearchFilters& 
                           bool organize) {
     int found = 0;
     for (const CIndexFileRef& file : m_indexFiles) {
-        refresh(*file);
-        const bool isIndexed = file->getState() == kIndexIsComplete || file->getState() == kIndexIsIncomplete;
-        if (isIndexed && file->getEnabled())
+        if (isSearched(*file))
             found += file->search(keys, filters, nameFilter, projectKey, results, organize);
     }
     return found;
@@ -238,9 +246,9 @@ int CSearchEngine::search(std::span<const SearchKey> keys, const SearchFilters& 
 void CSearchEngine::generateKeywordList(std::vector<KeywordCount>& list) {
     std::map<SearchKey, KeywordCount> keywords;
     for (const CIndexFileRef& file : m_indexFiles) {
+        const CIndexingMutexHelper lock(*file);
         refresh(*file);
         if (!file->getEnabled() || file->getState() == kIndexIsDamaged) continue;
-        const CIndexingMutexHelper lock(*file);
         for (const auto& [key, postings] : file->getSearchKeySet().postings()) {
             const int files = file->getLivingFileCount(key);
             if (files == 0) continue;

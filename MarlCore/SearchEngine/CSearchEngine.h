@@ -110,13 +110,15 @@ private:
     static void makeIndexDirectory();
     bool isLoaded(const std::string& path) const;
     void load1IndexFile(const std::string& path);
-    void refresh(CIndexFile& file);
+    static void refresh(CIndexFile& file);
+    static bool isSearched(CIndexFile& file);
     SearchKeyInfo categorized(const CIndexFile& file, const SearchKey& key, const KeyPostings& postings);
 
     void indexRecord(IndexingState& state);
     void indexNewFile(IndexingState& state);
     bool examine(IndexingState& state, const std::string& path, IndexingState::Change& change);
     void store(IndexingState& state);
+    void storeOnTheWay(IndexingState& state);
 
     std::vector<CIndexFileRef> m_indexFiles;  // by path
     std::vector<PathProblem> m_loadProblems;

@@ -47,9 +47,25 @@ void requireReadableFolder(const std::string& path) {
     if (!folder) throwFileError(errno, "failed to read the folder '%s'", path);
 }
 
+bool isDamaged(const CIndexFile& file) {
+    const CIndexingMutexHelper mutex(file);
+    return file.getState() == kIndexIsDamaged;
+}
+
+std::string rootOf(const CIndexFile& file) {
+    const CIndexingMutexHelper mutex(file);
+    return file.getRootDirectory();
+}
+
 bool isUnder(std::string_view path, std::string_view folder) noexcept {
     return path.starts_with(folder) &&
            (folder.ends_with('/') || (path.size() > folder.size() && path[folder.size()] == '/'));
+}
+
+bool isTimeToStore(const IndexingState& state) {
+    const CIndexingMutexHelper mutex(*state.file);
+    const auto share = static_cast<std::size_t>(state.file->getFileCount()) / kShareOfRecords;
+    return state.changes.size() >= std::clamp(share, kLeastChanges, kMostChanges);
 }
 
 /// Gives the right to update an index back when a pass cannot begin.
@@ -57,8 +73,7 @@ class UpdateLock {
 public:
     explicit UpdateLock(CIndexFile& file) : m_file(&file) {
         if (!file.lockForUpdate())
-            throwFileError(EBUSY, "the index of '%s' is being brought up to date by another process",
-                           file.getRootDirectory());
+            throwFileError(EBUSY, "the index of '%s' is being brought up to date already", rootOf(file));
     }
     UpdateLock(const UpdateLock&) = delete;
     UpdateLock& operator=(const UpdateLock&) = delete;
@@ -77,27 +92,28 @@ private:
 
 void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& state) {
     halyard::throwIfNull(file, "file");
-    const std::string& root = file->getRootDirectory();
+    file->enableMutexControl(true);
+    const std::string root = rootOf(*file);
     state.file = file;
     state.status.rootDirectory = root;
     requireReadableFolder(root);
     UpdateLock lock(*file);
     if (file->isDeleted()) throwFileError(ESTALE, "the index of '%s' was removed meanwhile", root);
-    file->enableMutexControl(true);
     getFileSyncInfoSet(
         root.c_str(), state.listing,
         [this](const std::string& path) { return m_fileIndexer.shouldAddFile(path); }, state.cancelled,
         state.report);
-    refresh(*file);
-    if (file->getState() == kIndexIsDamaged) throwFileError(EUCLEAN, "the index of '%s' is damaged", root);
     {
         const CIndexingMutexHelper mutex(*file);
+        refresh(*file);
+        if (file->getState() == kIndexIsDamaged)
+            throwFileError(EUCLEAN, "the index of '%s' is damaged", root);
         file->matchKeysToRecords();
         file->setState(stateOfUpdate(file->getState()));
+        state.lastRecord = file->getFileCount();
     }
     lock.keep();
     state.problems = state.report.refusedFiles;
-    state.lastRecord = file->getFileCount();
     SearchIndexingStatus& status = state.status;
     status.filesRefused = static_cast<int>(state.problems.size());
     status.danglingLinks = state.report.danglingLinks;
@@ -120,14 +136,7 @@ bool CSearchEngine::indexOnce(IndexingState& state) {
         else
             indexNewFile(state);
     }
-    const auto share = static_cast<std::size_t>(state.file->getFileCount()) / kShareOfRecords;
-    if (state.changes.size() >= std::clamp(share, kLeastChanges, kMostChanges)) {
-        const std::int32_t stateInMemory = state.file->getState();
-        state.file->setState(kIndexIsIncomplete);  // on disk, so that what there is can be searched
-        state.hasStored = true;
-        store(state);
-        state.file->setState(stateInMemory);
-    }
+    if (isTimeToStore(state)) storeOnTheWay(state);
     state.completed = isDone() && !state.cancelled;  // which may have cut the listing short
     return !state.cancelled && !state.completed;
 }
@@ -137,7 +146,10 @@ void CSearchEngine::indexRecord(IndexingState& state) {
     const std::int32_t fileID = state.nextRecord++;
     SearchIndexingStatus& status = state.status;
     IndexingState::Change change;
-    state.file->readFileInfo(fileID, change.record);
+    {
+        const CIndexingMutexHelper mutex(*state.file);
+        state.file->readFileInfo(fileID, change.record);
+    }
     const std::string path = change.record.getFileName();
     const bool wasThere = change.record.getFileID() > 0;
     const auto place = state.listing.find(CFileSyncInfo(path.substr(0, CFileSyncInfo::kSize - 1).c_str()));
@@ -208,12 +220,10 @@ bool CSearchEngine::examine(IndexingState& state, const std::string& path, Index
     return true;
 }
 
-/// Writes the changes, and the index as it is with them.
+/// Writes the changes, and the index as it is with them. [mutex and contents held]
 void CSearchEngine::store(IndexingState& state) {
     CIndexFile& file = *state.file;
     std::vector<IndexingState::Change> changes = std::exchange(state.changes, {});  // once, whatever happens
-    const CIndexingMutexHelper mutex(file);
-    const CIndexFile::ContentsScope contents(file, true);
     std::int32_t newRecords = 0;
     std::size_t newEntries = 0;
     std::vector<std::int32_t> replaced;
@@ -237,14 +247,26 @@ void CSearchEngine::store(IndexingState& state) {
     file.flushChanges();
 }
 
+/// Stores as incomplete, so that other processes can search what there is.
+void CSearchEngine::storeOnTheWay(IndexingState& state) {
+    CIndexFile& file = *state.file;
+    const CIndexingMutexHelper mutex(file);
+    const CIndexFile::ContentsScope contents(file, true);
+    const std::int32_t stateOfPass = file.getState();
+    file.setState(kIndexIsIncomplete);
+    state.hasStored = true;
+    store(state);
+    file.setState(stateOfPass);
+}
+
 void CSearchEngine::finishIndexing(IndexingState& state) {
     CIndexFile& file = *state.file;
-    file.setState(state.completed ? kIndexIsComplete : kIndexIsIncomplete);
     state.status.isFinished = true;
     try {
-        store(state);
         const CIndexingMutexHelper mutex(file);
         const CIndexFile::ContentsScope contents(file, true);
+        file.setState(state.completed ? kIndexIsComplete : kIndexIsIncomplete);
+        store(state);
         if (state.hasStored) file.writeHeader();  // it says incomplete
     } catch (...) {
         file.unlockAfterUpdate();
@@ -277,7 +299,7 @@ void CSearchEngine::index1Directory(const std::string& path) {
 
 void CSearchEngine::updateIndex(const CIndexFileRef& file, bool background) {
     halyard::throwIfNull(file, "file");
-    if (file->getState() == kIndexIsDamaged) return;
+    if (isDamaged(*file)) return;
     if (!background) {
         IndexingState state;
         return index(file, state);

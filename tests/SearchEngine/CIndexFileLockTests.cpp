@@ -44,7 +44,7 @@ constexpr std::int64_t kContentsByte = kUpdateByte + 1;
 TEST_F(IndexFileLocks, HasOneUpdater) {
     const CIndexFileRef first = makeIndex(path), second = openIndex(path);
     EXPECT_TRUE(first->lockForUpdate());
-    EXPECT_TRUE(first->lockForUpdate()) << "again, for the same object";
+    EXPECT_FALSE(first->lockForUpdate()) << "not twice";
     EXPECT_FALSE(second->lockForUpdate());
     EXPECT_TRUE(isLocked(path, kUpdateByte, F_RDLCK));
     EXPECT_FALSE(isLocked(path, kUpdateByte - 1, F_WRLCK));
@@ -100,9 +100,9 @@ TEST_F(IndexFileLocks, ExcludesOtherProcesses) {
     EXPECT_EQ(resultOf(inAnotherProcess(opened)), 1);
     EXPECT_TRUE(file->lockForUpdate());
     EXPECT_EQ(resultOf(inAnotherProcess(opened)), 0);
-    EXPECT_EQ(resultOf(inAnotherProcess([&] { return static_cast<int>(file->lockForUpdate()); })), 1)
-        << "an object that is inherited holds what its parent does";
-    EXPECT_EQ(resultOf(inAnotherProcess(opened)), 0) << "beyond the end of that process";
+    EXPECT_EQ(resultOf(inAnotherProcess([&] { return static_cast<int>(file->lockForUpdate()); })), 0)
+        << "nor by who inherits the object";
+    EXPECT_EQ(resultOf(inAnotherProcess(opened)), 0) << "whose end does not release it";
     file->unlockAfterUpdate();
 
     int ends[2];

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 namespace support {
 namespace {
@@ -337,6 +338,20 @@ TEST_F(Indexing, IsSeenByOthersWhileItLasts) {
     EXPECT_FALSE(same->isBeingUpdated());
 }
 
+TEST_F(Indexing, HappensOnceAtATime) {
+    m_library.addLoop("a.aif", "Xa");
+    const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
+    IndexingState state, second;
+    m_engine->startIndexing(file, state);
+    EXPECT_THROW(m_engine->startIndexing(file, second), halyard::CException);
+    EXPECT_THROW(m_engine->removeIndexFile(file), halyard::CException);
+    m_engine->indexOnce(state);
+    m_engine->finishIndexing(state);
+    EXPECT_EQ(m_library.find(*m_engine, {"Xa"}).size(), 1U);
+    m_engine->removeIndexFile(file);
+    EXPECT_EQ(m_engine->indexFileCount(), 0);
+}
+
 TEST_F(Indexing, RunsInTheBackground) {
     for (int i = 0; i < 500; ++i) m_library.addLoop(std::to_string(i) + ".aif", "Xa");
     const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
@@ -353,6 +368,9 @@ TEST_F(Indexing, RunsInTheBackground) {
         ASSERT_TRUE(m_engine->getBackgroundStatus(status));
         ASSERT_EQ(status.error, "");
         m_library.find(*m_engine, {"Xa"});
+        std::vector<marl::KeywordCount> keywords;
+        m_engine->generateKeywordList(keywords);
+        EXPECT_EQ(m_engine->createIndexFile(m_library.root()), file);
         std::this_thread::yield();
     }
     EXPECT_EQ(m_library.find(*m_engine, {"Xa"}).size(), 500U);
