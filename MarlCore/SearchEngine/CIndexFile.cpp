@@ -261,9 +261,9 @@ bool CIndexFile::keyIndexFitsHeader() const {
 }
 
 bool CIndexFile::readEntries() {
-    std::vector<std::byte> block(kEntriesAtOnce * kEntrySize);
     std::int64_t place = m_header.getSearchKeyIndexLocation();
     auto left = static_cast<std::size_t>(m_header.getSearchKeyIndexCount());
+    std::vector<std::byte> block(std::min(left, kEntriesAtOnce) * kEntrySize);
     while (left > 0) {
         const auto entries = std::span(block).first(std::min(left, kEntriesAtOnce) * kEntrySize);
         const std::int64_t count = readWholeAt(m_descriptor, entries, place);
@@ -304,8 +304,9 @@ bool CIndexFile::insertEntries(std::span<const std::byte> entries) {
 template <class Visitor>
 bool CIndexFile::forEachRecord(Visitor&& visit) const {
     static_assert(sizeof(CFileIndexInfo) == kRecordSize);
-    std::vector<CFileIndexInfo> block(static_cast<std::size_t>(kRecordsAtOnce));
     const std::int64_t files = getFileCount();
+    std::vector<CFileIndexInfo> block(
+        static_cast<std::size_t>(std::clamp(files, std::int64_t{0}, kRecordsAtOnce)));
     for (std::int64_t done = 0; done < files; done += kRecordsAtOnce) {
         const auto records =
             std::span(block).first(static_cast<std::size_t>(std::min(files - done, kRecordsAtOnce)));
