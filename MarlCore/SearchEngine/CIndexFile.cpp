@@ -190,6 +190,12 @@ void CIndexFile::flushChanges() {
     if (mayChangeUnseen(m_version)) m_records->clear();
 }
 
+void CIndexFile::discardChanges() noexcept {
+    m_dirty = false;
+    m_header.clearChanged();
+    m_version = {};
+}
+
 void CIndexFile::removeFile() {
     if (m_path->getLength() == 0) return;
     if (m_descriptor >= 0) ::close(m_descriptor);

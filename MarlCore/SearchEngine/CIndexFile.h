@@ -100,6 +100,10 @@ public:
     /// has it.
     void flushChanges();
 
+    /// Gives up changes that could not be written: from the next `reloadIfChanged` on the file counts again as
+    /// it is on disk, where another process may have brought it up to date meanwhile.
+    void discardChanges() noexcept;
+
     /// Deletes the file. This object holds nothing then.
     void removeFile();
 

@@ -269,6 +269,10 @@ void CSearchEngine::finishIndexing(IndexingState& state) {
         store(state);
         if (state.hasStored) file.writeHeader();  // it says incomplete
     } catch (...) {
+        {
+            const CIndexingMutexHelper mutex(file);
+            file.discardChanges();
+        }
         file.unlockAfterUpdate();
         throw;
     }

@@ -30,9 +30,11 @@ ssize_t writeWithFault(int fd, const void* bytes, size_t count, off_t offset) {
     ++state.calls;
     if (state.fault == FaultyDisk::Fault::kHalfThenError && state.calls == state.atCall + 1)
         return failWith(ENOSPC);
+    if (state.fault == FaultyDisk::Fault::kFull && state.calls > state.atCall) return failWith(ENOSPC);
     if (state.calls != state.atCall) return writeThrough(fd, bytes, count, offset);
     switch (state.fault) {
         case FaultyDisk::Fault::kError:
+        case FaultyDisk::Fault::kFull:
             return failWith(ENOSPC);
         case FaultyDisk::Fault::kInterrupted:
             return failWith(EINTR);

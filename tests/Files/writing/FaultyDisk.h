@@ -5,13 +5,14 @@
 
 namespace support {
 
-/// While it lives, the calls of pwrite are counted, from 1 on, and one of them goes wrong. One at a time, and
-/// for one thread.
+/// While it lives, the calls of pwrite are counted, from 1 on, and one of them goes wrong, or all from there
+/// on. One at a time, and for one thread.
 class FaultyDisk {
 public:
     enum class Fault {
         kNone,
         kError,          ///< nothing is written, and errno is ENOSPC
+        kFull,           ///< nothing is written any more, and errno is ENOSPC
         kHalfThenError,  ///< half of the bytes are written; the next call gives the error
         kInterrupted,    ///< nothing is written, and errno is EINTR
         kShort,          ///< one byte is written, which is no error
