@@ -100,8 +100,8 @@ public:
     /// has it.
     void flushChanges();
 
-    /// Gives up changes that could not be written: from the next `reloadIfChanged` on the file counts again as
-    /// it is on disk, where another process may have brought it up to date meanwhile.
+    /// Gives up changes that could not be written: from the next `reloadIfChanged` on the file counts again
+    /// as it is on disk, where another process may have brought it up to date meanwhile.
     void discardChanges() noexcept;
 
     /// Deletes the file. This object holds nothing then.
