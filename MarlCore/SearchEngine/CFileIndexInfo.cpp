@@ -49,11 +49,6 @@ void storeInt16(std::span<std::byte> image, std::size_t offset, std::int16_t val
     storeBig16(image.data() + offset, static_cast<std::uint16_t>(value));
 }
 
-std::int32_t now() noexcept {
-    constexpr std::time_t kLast = std::numeric_limits<std::int32_t>::max();  // in 2038
-    return static_cast<std::int32_t>(std::min(std::time(nullptr), kLast));
-}
-
 [[noreturn]] void throwWriteError(const CFileIndexInfo* record) {
     CException failure(kFileIOError, errno);
     // The identity of the record object, which tells nobody much, is part of the text.
@@ -71,6 +66,11 @@ std::int32_t now() noexcept {
 }
 
 }  // namespace
+
+std::int32_t CFileIndexInfo::now() noexcept {
+    constexpr std::time_t kLast = std::numeric_limits<std::int32_t>::max();  // in 2038
+    return static_cast<std::int32_t>(std::min(std::time(nullptr), kLast));
+}
 
 CFileIndexInfo::CFileIndexInfo() : m_image{} {
     setIndexTime(now());

@@ -42,6 +42,9 @@ public:
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): thousands are made to be read into
     explicit CFileIndexInfo(Unread) noexcept {}
 
+    /// The time of a record: seconds since 1970 (UTC), up to the last that it can hold.
+    static std::int32_t now() noexcept;
+
     /// A file without a name, in 4/4, indexed now.
     CFileIndexInfo();
 

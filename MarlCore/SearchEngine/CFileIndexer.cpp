@@ -158,15 +158,16 @@ void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result)
     if (path.size() > CFileIndexInfo::kLongestFileName)
         return refuse(result, path, "the path is longer than 1024 bytes");
     if (!shouldAddFile(path)) return refuse(result, path, "neither an AIFF nor a WAV file");
-    // A file that changes from now on is newer than its record.
-    const std::time_t before = std::time(nullptr);
+    const std::int32_t indexTime = CFileIndexInfo::now() - 1;
     try {
         const IFileRef file = openForMetadata(path);
         makeRecord(path, *file->getFileParserRef(), result);
     } catch (const CException& exception) {
         return refuse(result, path, exception.getMessage());
     }
-    result.record.setIndexTime(static_cast<std::int32_t>(before));
+    // Times of files are in whole seconds too: one that is written to in the very second in which it is
+    // examined must count as changed next time.
+    result.record.setIndexTime(indexTime);
     result.outcome = FileIndexResult::Outcome::kIndexed;
 }
 

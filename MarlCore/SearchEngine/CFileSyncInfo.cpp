@@ -95,7 +95,7 @@ private:
         std::vector<Name> names;
         const std::unique_ptr<DIR, FolderCloser> stream(::opendir(folder.c_str()));
         if (!stream) {
-            m_report.unreadableFolders.push_back({folder, std::strerror(errno)});
+            addUnreadable(folder, errno);
             return names;
         }
         errno = 0;
@@ -103,7 +103,7 @@ private:
             if (!isLeftOut(entry->d_name)) names.push_back({entry->d_name, isLink(folder, *entry)});
             errno = 0;
         }
-        if (errno != 0) m_report.unreadableFolders.push_back({folder, std::strerror(errno)});
+        if (errno != 0) addUnreadable(folder, errno);
         std::ranges::sort(names, {}, &Name::text);
         return names;
     }
@@ -117,13 +117,29 @@ private:
     void addEntry(const std::string& path, bool isLink) {
         struct stat status;
         if (::stat(path.c_str(), &status) != 0) {
-            std::printf("stat error = '%s' (#%d)\n", std::strerror(errno), errno);
-            if (isLink) ++m_report.danglingLinks;
+            const int error = errno;
+            std::printf("stat error = '%s' (#%d)\n", std::strerror(error), error);
+            if (isLink) {
+                ++m_report.danglingLinks;
+                m_report.unknownFolders.insert(path);
+            } else if (!isGone(error)) {
+                addUnreadable(path.substr(0, path.rfind('/')), error);
+            }
         } else if (S_ISDIR(status.st_mode)) {
             if (m_folders.insert(identityOf(status)).second && isShort(path)) walk(path);
         } else if (S_ISREG(status.st_mode) && m_wanted(path)) {
             addFile(path, status, isLink);
         }
+    }
+
+    /// Whether an item is no more, or never was, rather than out of reach.
+    static bool isGone(int error) noexcept {
+        return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
+    }
+
+    void addUnreadable(const std::string& folder, int error) {
+        if (m_report.unknownFolders.insert(folder).second)
+            m_report.unreadableFolders.push_back({folder, std::strerror(error)});
     }
 
     /// Nothing below a folder with a longer path can have a record. That also ends any tree.

@@ -59,15 +59,19 @@ struct PathProblem {
 
 /// What a listing could not take in.
 struct ListingReport {
-    std::vector<PathProblem> unreadableFolders;  ///< nothing is known of what is in them
-    std::vector<PathProblem> refusedFiles;       ///< paths that are too long
+    std::vector<PathProblem> unreadableFolders;
+    /// Folders of which not all is known: those that are unreadable, and the targets of dangling links, which
+    /// may be on a drive that is not mounted.
+    std::set<std::string, std::less<>> unknownFolders;
+    std::vector<PathProblem> refusedFiles;  ///< paths that are too long
     int danglingLinks = 0;
 };
 
 /// Lists the files under `directory` that `wanted` takes, each once: symbolic links are followed, folders and
 /// files that were met by another name, and loops of links, are left out. A failing stat is told on standard
-/// output, and the entry left out; so are the companions ("._name") that some systems put beside a file.
-/// Stops early once `cancelled` is true. Throws `CNullPointerException` for a null directory. [any thread]
+/// output, and the entry left out; unless it says that there is no such item, its folder counts as
+/// unreadable. The companions ("._name") that some systems put beside a file are left out too. Stops early
+/// once `cancelled` is true. Throws `CNullPointerException` for a null directory. [any thread]
 MARLCORE_EXPORT void getFileSyncInfoSet(const char* directory, std::set<CFileSyncInfo>& files,
                                         const std::function<bool(const std::string&)>& wanted,
                                         const std::atomic<bool>& cancelled, ListingReport& report);

@@ -185,9 +185,23 @@ void CIndexFile::flushChanges() {
     m_dirty = false;
     m_header.clearChanged();
     if (::fsync(m_descriptor) != 0) throwFileError(errno, "failed to flush '%s'", m_path);
+    keepVersion();
+}
+
+void CIndexFile::writeHeader() {
+    m_header.writeToFile(m_descriptor);
+    keepVersion();
+}
+
+/// Remembers the file as it is after a write of this object. It is dated by the exact time first: writes are
+/// dated by a clock that moves in ticks, and none of them, before its next tick, leaves the same version.
+/// Where only the owner may set a date, searches trust nothing that they cannot check.
+void CIndexFile::keepVersion() {
+    struct timespec times[2] = {{0, UTIME_OMIT}, {}};
+    ::clock_gettime(CLOCK_REALTIME, &times[1]);
+    const bool isDated = ::futimens(m_descriptor, times) == 0;
     m_version = versionOnDisk();
-    // Searches trust these as long as the version stays.
-    if (mayChangeUnseen(m_version)) m_records->clear();
+    if (!isDated && mayChangeUnseen(m_version)) m_records->clear();
 }
 
 void CIndexFile::discardChanges() noexcept {
@@ -221,6 +235,8 @@ bool CIndexFile::mayChangeUnseen(const Version& version) noexcept {
 }
 
 void CIndexFile::reloadIfChanged() {
+    const bool isInPass = m_isUpdater && (getState() == kIndexingAnew || getState() == kIndexUpdating);
+    if (isInPass) return;  // its state stands in memory only, and nobody else writes
     const Version version = versionOnDisk();
     if (m_dirty || m_header.isChanged() || version == m_version) return;
     forgetContents();
@@ -365,11 +381,14 @@ bool CIndexFile::matchKeysToRecords() {
     });
     if (!isRead || stated == carried) return false;
     m_keys.clear();
-    m_dirty = true;
-    forEachRecord([&](std::int32_t fileID, const CFileIndexInfo& record) {
+    const bool isReadAgain = forEachRecord([&](std::int32_t fileID, const CFileIndexInfo& record) {
         updateSearchKeySet(fileID, record.searchKeys());
         return true;
     });
+    if (!isReadAgain) {
+        discardChanges();
+        throwFileError(EIO, "failed to read the records of '%s'", m_path);
+    }
     return true;
 }
 
@@ -412,6 +431,17 @@ void CIndexFile::unlockAfterUpdate() noexcept {
 bool CIndexFile::isBeingUpdated() const noexcept {
     struct flock lock = lockOf(Lock::kUpdate, F_WRLCK);
     return ::fcntl(m_descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+CIndexFile::UpdateScope::UpdateScope(CIndexFile& file) : m_file(&file) {
+    if (file.lockForUpdate()) return;
+    const CIndexingMutexHelper mutex(file);
+    throwFileError(EBUSY, "the index of '%s' is being brought up to date already",
+                   halyard::CSTR(file.getRootDirectory()));
+}
+
+CIndexFile::UpdateScope::~UpdateScope() {
+    if (m_file) m_file->unlockAfterUpdate();
 }
 
 CIndexFile::ContentsScope::ContentsScope(const CIndexFile& file, bool exclusive) : m_file(file) {

@@ -62,7 +62,7 @@ public:
 
     /// Reads the header. A file that was not closed cleanly becomes damaged, in memory.
     void readHeader();
-    void writeHeader() { m_header.writeToFile(m_descriptor); }
+    void writeHeader();
 
     /// Reads the key index, and of every record what the filters ask for: a search reads no record that they
     /// exclude. A key index that does not fit the header (its place, its length, the order of its keys, its
@@ -97,7 +97,8 @@ public:
     void reserve(std::int32_t newRecords, std::size_t newEntries);
 
     /// Writes what has changed, the keys before the header that says where they are, and waits until the disk
-    /// has it.
+    /// has it. Whoever writes to a file that others may have open is its updater, holds its contents alone,
+    /// and has reloaded it since: what is in memory is written, whatever another process has written before.
     void flushChanges();
 
     /// Gives up changes that could not be written: from the next `reloadIfChanged` on the file counts again
@@ -127,7 +128,7 @@ public:
     /// their holder when that is killed. File systems without locks exclude nobody.
     enum class Lock {
         kUpdate,   ///< the one who brings the index up to date, for the length of a pass
-        kContents  ///< readers, shared: while they load or search; the updater, alone: while it writes
+        kContents  ///< readers, shared: while they load; the updater, alone: while it writes
     };
 
     /// Holds the contents for the length of a scope: waits for whoever holds them otherwise.
@@ -140,6 +141,20 @@ public:
 
     private:
         const CIndexFile& m_file;
+    };
+
+    /// Holds the right to update for the length of a scope, or until it is taken over by `keep`.
+    class MARLCORE_EXPORT UpdateScope {
+    public:
+        /// Throws `CException` (file error, EBUSY) when there is an updater.
+        explicit UpdateScope(CIndexFile& file);
+        UpdateScope(const UpdateScope&) = delete;
+        UpdateScope& operator=(const UpdateScope&) = delete;
+        ~UpdateScope();
+        void keep() noexcept { m_file = nullptr; }
+
+    private:
+        CIndexFile* m_file;
     };
 
     /// Becomes the one updater; false when there is one, even if it is this object. [any thread]
@@ -193,6 +208,7 @@ private:
     bool forEachRecord(Visitor&& visit) const;
     void becomeDamaged();
     Version versionOnDisk() const;
+    void keepVersion();
     static bool mayChangeUnseen(const Version& version) noexcept;
     static std::int64_t placeOf(std::int32_t fileID) noexcept;
 

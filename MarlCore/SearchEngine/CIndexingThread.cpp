@@ -41,8 +41,9 @@ bool CIndexingThread::step() {
 
 /// Writes what the pass has found, however it ended. [the thread, or whoever stopped it]
 void CIndexingThread::finish() {
-    if (!m_started || m_finished) return;
+    if (m_finished) return;
     m_finished = true;
+    if (!m_started) return;
     try {
         m_engine.finishIndexing(m_state);
     } catch (const std::exception& exception) {

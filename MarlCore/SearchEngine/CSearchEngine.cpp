@@ -55,6 +55,26 @@ bool isIndexFileName(std::string_view name) noexcept {
     return name.find(kNameFront) != std::string_view::npos && name.find(kNameEnd) != std::string_view::npos;
 }
 
+/// Their paths, sorted.
+std::vector<std::string> indexFilesIn(const std::string& directory, std::error_code& error) {
+    std::vector<std::string> paths;
+    for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (isIndexFileName(entry->path().filename().native())) paths.push_back(entry->path().native());
+    }
+    std::ranges::sort(paths);
+    return paths;
+}
+
+/// Removes what a process has left that died between making an index file and writing its header. For the
+/// holder of the directory, beside whom nobody makes one.
+void removeEmptyIndexFiles(const std::string& directory) {
+    std::error_code error;
+    for (const std::string& path : indexFilesIn(directory, error))
+        if (std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) == 0)
+            std::filesystem::remove(path, error);
+}
+
 /// Keeps other processes from adding index files, so that no folder gets two.
 class IndexDirectoryLock {
 public:
@@ -108,16 +128,12 @@ void CSearchEngine::setDeleteNotIndexableFiles(bool deleteThem) noexcept {
 
 void CSearchEngine::loadIndexFiles() {
     m_loadProblems.clear();
+    std::erase_if(m_indexFiles, [](const CIndexFileRef& file) { return file->isDeleted(); });
     const std::string directory = getIndexDirectory();
-    std::vector<std::string> paths;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        if (isIndexFileName(entry->path().filename().native())) paths.push_back(entry->path().native());
-    }
+    const std::vector<std::string> paths = indexFilesIn(directory, error);
     if (error && error != std::errc::no_such_file_or_directory)
         m_loadProblems.push_back({directory, error.message()});
-    std::ranges::sort(paths);
     for (const std::string& path : paths) {
         if (isLoaded(path)) continue;
         try {
@@ -180,11 +196,18 @@ std::string CSearchEngine::makeNewIndexFileName() {
 CIndexFileRef CSearchEngine::createIndexFile(const std::string& rootDirectory) {
     makeIndexDirectory();
     const IndexDirectoryLock lock(getIndexDirectory());
+    removeEmptyIndexFiles(getIndexDirectory());
     loadIndexFiles();
     if (const CIndexFileRef made = findIndexFileForDirectory(rootDirectory)) return made;
     const CIndexFileRef file(new CIndexFile(CSTR(makeNewIndexFileName()), true));
     file->setRootDirectory(standardized(rootDirectory));
-    file->flushChanges();
+    try {
+        file->flushChanges();
+    } catch (...) {
+        file->discardChanges();
+        file->removeFile();
+        throw;
+    }
     m_indexFiles.push_back(file);
     std::ranges::sort(m_indexFiles, {},
                       [](const CIndexFileRef& one) { return one->getFullPath()->getStringRef(); });
@@ -202,11 +225,20 @@ CIndexFileRef CSearchEngine::findIndexFileForDirectory(const std::string& path) 
 
 void CSearchEngine::removeIndexFile(const CIndexFileRef& file) {
     halyard::throwIfNull(file, "file");
-    if (!file->lockForUpdate())
-        throwFileError(EBUSY, "the index '%s' is being brought up to date",
-                       file->getFullPath()->getStringRef());
+    CIndexFile::UpdateScope lock(*file);
+    lock.keep();  // it goes with the file
     std::erase(m_indexFiles, file);
     file->removeFile();
+}
+
+void CSearchEngine::enableIndexFile(const CIndexFileRef& file, bool enable) {
+    halyard::throwIfNull(file, "file");
+    const CIndexFile::UpdateScope lock(*file);
+    const CIndexingMutexHelper mutex(*file);
+    const CIndexFile::ContentsScope contents(*file, true);
+    file->reloadIfChanged();
+    file->setEnabled(enable);
+    file->flushChanges();
 }
 
 CIndexFileRef CSearchEngine::getIndexFile(int number) const {

@@ -43,10 +43,10 @@ public:
     CFileIndexer& getFileIndexer() noexcept { return m_fileIndexer; }
 
     /// Loads the index files of the index directory that are not loaded yet: those whose names contain
-    /// "Search Index " and ".txt". Damaged ones are loaded without keys. Index files of another version are
-    /// deleted. Files that cannot be opened are left out, and told by `getLoadProblems`; so are those that
-    /// are not index files at all. Empty files, and those that go meanwhile, are left out without a word:
-    /// other processes are at them.
+    /// "Search Index " and ".txt". Drops those that other processes have deleted. Damaged ones are loaded
+    /// without keys. Index files of another version are deleted. Files that cannot be opened are left out,
+    /// and told by `getLoadProblems`; so are those that are not index files at all. Empty files, and those
+    /// that go meanwhile, are left out without a word: other processes are at them.
     void loadIndexFiles();
     const std::vector<PathProblem>& getLoadProblems() const noexcept { return m_loadProblems; }
 
@@ -58,6 +58,9 @@ public:
     /// Deletes an index. Throws `CException` (file error) while another process brings it up to date.
     void removeIndexFile(const CIndexFileRef& file);
 
+    /// Lets searches look into an index, or not, for every process. Throws as `removeIndexFile`.
+    void enableIndexFile(const CIndexFileRef& file, bool enable);
+
     int indexFileCount() const noexcept { return static_cast<int>(m_indexFiles.size()); }
     /// In the order of their paths. Throws `CParamException` for a number that none has.
     CIndexFileRef getIndexFile(int number) const;
@@ -67,6 +70,8 @@ public:
     void addDirectory(const std::string& path) { index1Directory(path); }
 
     /// Brings an index up to date, in the calling thread or in the background. A damaged one is left alone.
+    /// There is one background pass at a time: another one that runs is stopped first, and keeps what it has
+    /// done. Items that cannot be examined are told on standard output, see `getFileSyncInfoSet`.
     void updateIndex(const CIndexFileRef& file, bool background);
 
     /// A whole pass in the calling thread. `proceed` is called between two batches; false ends the pass, and

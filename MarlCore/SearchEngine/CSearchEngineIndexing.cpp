@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
+#include <functional>
 #include <memory>
+#include <set>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -57,9 +59,12 @@ std::string rootOf(const CIndexFile& file) {
     return file.getRootDirectory();
 }
 
-bool isUnder(std::string_view path, std::string_view folder) noexcept {
-    return path.starts_with(folder) &&
-           (folder.ends_with('/') || (path.size() > folder.size() && path[folder.size()] == '/'));
+bool isUnderOneOf(const std::set<std::string, std::less<>>& folders, std::string_view path) {
+    if (folders.empty()) return false;
+    for (std::size_t end = path.rfind('/'); end != std::string_view::npos && end > 0;
+         end = path.rfind('/', end - 1))
+        if (folders.contains(path.substr(0, end))) return true;
+    return folders.contains("/");
 }
 
 bool isTimeToStore(const IndexingState& state) {
@@ -67,24 +72,6 @@ bool isTimeToStore(const IndexingState& state) {
     const auto share = static_cast<std::size_t>(state.file->getFileCount()) / kShareOfRecords;
     return state.changes.size() >= std::clamp(share, kLeastChanges, kMostChanges);
 }
-
-/// Gives the right to update an index back when a pass cannot begin.
-class UpdateLock {
-public:
-    explicit UpdateLock(CIndexFile& file) : m_file(&file) {
-        if (!file.lockForUpdate())
-            throwFileError(EBUSY, "the index of '%s' is being brought up to date already", rootOf(file));
-    }
-    UpdateLock(const UpdateLock&) = delete;
-    UpdateLock& operator=(const UpdateLock&) = delete;
-    ~UpdateLock() {
-        if (m_file) m_file->unlockAfterUpdate();
-    }
-    void keep() noexcept { m_file = nullptr; }
-
-private:
-    CIndexFile* m_file;
-};
 
 }  // namespace
 
@@ -97,7 +84,7 @@ void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& stat
     state.file = file;
     state.status.rootDirectory = root;
     requireReadableFolder(root);
-    UpdateLock lock(*file);
+    CIndexFile::UpdateScope lock(*file);
     if (file->isDeleted()) throwFileError(ESTALE, "the index of '%s' was removed meanwhile", root);
     getFileSyncInfoSet(
         root.c_str(), state.listing,
@@ -109,7 +96,8 @@ void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& stat
         if (file->getState() == kIndexIsDamaged)
             throwFileError(EUCLEAN, "the index of '%s' is damaged", root);
         file->matchKeysToRecords();
-        file->setState(stateOfUpdate(file->getState()));
+        state.stateOnDisk = file->getState();
+        file->setState(stateOfUpdate(state.stateOnDisk));
         state.lastRecord = file->getFileCount();
     }
     lock.keep();
@@ -156,11 +144,8 @@ void CSearchEngine::indexRecord(IndexingState& state) {
     ++status.filesDone;
 
     if (place == state.listing.end()) {
-        const bool isUnknown =
-            std::ranges::any_of(state.report.unreadableFolders,
-                                [&](const PathProblem& folder) { return isUnder(path, folder.path); });
         if (!wasThere) return;
-        if (isUnknown) {
+        if (isUnderOneOf(state.report.unknownFolders, path)) {
             ++status.filesKept;
             return;
         }
@@ -203,8 +188,6 @@ void CSearchEngine::indexNewFile(IndexingState& state) {
 /// Makes the record of a file, under the identifier that `change` has. Notes why when there is none.
 bool CSearchEngine::examine(IndexingState& state, const std::string& path, IndexingState::Change& change) {
     const std::int32_t fileID = change.record.getFileID();
-    // A file that is written to in the very second in which it is examined must count as changed next time.
-    const auto indexTime = static_cast<std::int32_t>(std::time(nullptr) - 1);
     FileIndexResult result;
     m_fileIndexer.examineFile(path, result);
     if (result.outcome != FileIndexResult::Outcome::kIndexed) {
@@ -215,7 +198,6 @@ bool CSearchEngine::examine(IndexingState& state, const std::string& path, Index
     }
     change.record = result.record;
     change.record.setFileID(fileID);
-    change.record.setIndexTime(indexTime);
     change.keys = std::move(result.keys);
     return true;
 }
@@ -254,8 +236,8 @@ void CSearchEngine::storeOnTheWay(IndexingState& state) {
     const CIndexFile::ContentsScope contents(file, true);
     const std::int32_t stateOfPass = file.getState();
     file.setState(kIndexIsIncomplete);
-    state.hasStored = true;
     store(state);
+    state.stateOnDisk = kIndexIsIncomplete;
     file.setState(stateOfPass);
 }
 
@@ -267,7 +249,7 @@ void CSearchEngine::finishIndexing(IndexingState& state) {
         const CIndexFile::ContentsScope contents(file, true);
         file.setState(state.completed ? kIndexIsComplete : kIndexIsIncomplete);
         store(state);
-        if (state.hasStored) file.writeHeader();  // it says incomplete
+        if (state.stateOnDisk != file.getState()) file.writeHeader();  // a flush alone does not write it
     } catch (...) {
         {
             const CIndexingMutexHelper mutex(file);

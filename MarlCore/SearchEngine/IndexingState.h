@@ -48,9 +48,9 @@ struct IndexingState {
     std::vector<PathProblem> problems;  ///< the files that were refused, and why
     std::int32_t nextRecord = 1;
     std::int32_t lastRecord = 0;
-    int batchLimit = 64;          ///< files examined in one `indexOnce`
-    std::vector<Change> changes;  ///< not in the index yet
-    bool hasStored = false;       ///< the index on disk says that it is incomplete
+    int batchLimit = 64;           ///< files examined in one `indexOnce`
+    std::vector<Change> changes;   ///< not in the index yet
+    std::int32_t stateOnDisk = 0;  ///< of the index
     bool completed = false;
     std::atomic<bool> cancelled{false};
     SearchIndexingStatus status;

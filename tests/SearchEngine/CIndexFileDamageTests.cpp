@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Index files that are torn, damaged or no index files at all: they open, as damaged or with what is true.
-#include "Files/writing/FaultyDisk.h"
 #include "IndexedLoops.h"
 #include "support/Bytes.h"
 #include "support/DocumentedFile.h"
@@ -9,20 +8,16 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <filesystem>
-#include <functional>
 #include <limits>
 
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace marl {
 namespace {
 
 using support::Bytes;
-using support::FaultyDisk;
 using support::opensHonestly;
 
 constexpr std::size_t kHeader = 1064, kRecord = 1464, kEntry = 40;
@@ -140,28 +135,6 @@ TEST_F(DamagedIndexFile, OpensHonestlyWhenItsKeysAreHalfWritten) {
              {whole, whole.substr(0, kHeader) + after.substr(kHeader, kKeys - kHeader) + whole.substr(kKeys)})
             opensHonestlyWith(base.substr(0, kKeys) + after.substr(kKeys, written) +
                               (kKeys + written < whole.size() ? base.substr(kKeys + written) : ""));
-    }
-}
-
-TEST_F(DamagedIndexFile, OpensHonestlyWhenAWriterIsKilled) {
-    for (int call = 1; call <= 6; ++call) {
-        SCOPED_TRACE(call);
-        folder.write("Search Index.txt", whole);
-        const pid_t writer = ::fork();
-        if (writer == 0) {
-            const CIndexFileRef file = support::openIndex(path);
-            const FaultyDisk disk(FaultyDisk::Fault::kKill, call);
-            support::rewrite(*file, 1, {.path = "/Loops/Walk.aif", .genre = "Funk"});
-            support::add(*file, {.path = "/Loops/New", .genre = "Funk"});
-            support::add(*file, {.path = "/Loops/Newer", .genre = "Funk"});
-            file->flushChanges();
-            ::_exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(writer, &status, 0), writer);
-        EXPECT_EQ(WIFSIGNALED(status), call < 6);
-        // Until a record lies over the keys, the keys of before are true of all but the one that was changed.
-        EXPECT_EQ(opensHonestly(path), call < 3 || call == 6);
     }
 }
 

@@ -147,22 +147,6 @@ TEST_F(IndexSearch, MatchesOneLetterAtTheFrontOfNamesAndMoreAnywhereInPaths) {
     EXPECT_EQ(file->search({&funk, 1}, {}, {}, 0, results, false), 5) << "a null filter is none";
 }
 
-TEST_F(IndexSearch, ListsAFileUnderEachOfItsKeysButOnce) {
-    add(*file, {.path = "/B", .instrument = "Bass", .genre = "Jazz"});
-    add(*file, {.path = "/A", .instrument = "bass", .genre = "Jazz"});
-    OrganizedSearchResults results;
-    const SearchKey keys[] = {SearchKey("Bass"), SearchKey("Jazz")};
-    for (const SearchKey& key : keys) EXPECT_EQ(file->search({&key, 1}, {}, {}, 0, results, true), 2);
-    EXPECT_EQ(file->search(keys, {}, {}, 0, results, true), 2);
-    for (const SearchKey& key : keys) {
-        const auto found = results.find(key);
-        ASSERT_EQ(found.size(), 2u);
-        EXPECT_STREQ(found[0]->getFileName(), "/A");
-        EXPECT_STREQ(found[1]->getFileName(), "/B");
-    }
-    EXPECT_EQ(results.recordsByKey().size(), 2u);
-}
-
 TEST_F(IndexSearch, BelievesTheRecordsMoreThanTheKeys) {
     add(*file, {.path = "/A", .genre = "Funk"});
     add(*file, {.path = "/B", .genre = "Funk"});

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "Files/writing/FaultyDisk.h"
 #include "IndexedLoops.h"
 #include "support/Bytes.h"
 #include "support/DocumentedFile.h"
@@ -28,7 +27,6 @@ using support::add;
 using support::Bytes;
 using support::contentsOf;
 using support::entriesOf;
-using support::FaultyDisk;
 using support::makeIndex;
 using support::openIndex;
 using support::pathsFound;
@@ -239,46 +237,6 @@ TEST_F(IndexFile, IgnoresReservedAndPaddingBytes) {
     EXPECT_EQ(entriesOf(*index), entries);
     index->writeHeader();
     EXPECT_EQ(bytes(20, 2), std::string("\x09\x01"));
-}
-
-TEST_F(IndexFile, SurvivesADiskThatRefusesAWrite) {
-    using Fault = FaultyDisk::Fault;
-    for (const Fault fault : {Fault::kError, Fault::kHalfThenError, Fault::kShort, Fault::kInterrupted}) {
-        for (int call = 1;; ++call) {
-            SCOPED_TRACE(testing::Message() << "fault " << static_cast<int>(fault) << " at write " << call);
-            std::filesystem::remove(path);
-            support::buildExample(path);
-            const CIndexFileRef file = openIndex(path);
-            const std::function<void()> steps[] = {
-                [&] { EXPECT_EQ(add(*file, {.path = "/Loops/New", .genre = "Jazz"}), 4); },
-                [&] {
-                    rewrite(*file, 1, {.path = "/Loops/Walk.aif", .genre = "Jazz", .descriptors = {"Dry"}});
-                },
-                [&] { EXPECT_EQ(add(*file, {.path = "/Loops/Newer", .genre = "Funk"}), 5); },
-                [&] { file->flushChanges(); },
-            };
-            FaultyDisk disk(fault, call);
-            int failures = 0;
-            for (const auto& step : steps) {
-                try {
-                    step();
-                } catch (const CException& exception) {
-                    ++failures;
-                    EXPECT_EQ(exception.getType(), halyard::kFileIOError);
-                    EXPECT_EQ(exception.getCode(), ENOSPC);
-                    EXPECT_TRUE(exception.getMessage().starts_with("failed to write ")) << exception.what();
-                    step();  // there is room again
-                }
-            }
-            EXPECT_EQ(failures, call <= 5 && (fault == Fault::kError || fault == Fault::kHalfThenError));
-            const CIndexFileRef read = openIndex(path);
-            EXPECT_EQ(read->getState(), kIndexIsComplete);
-            EXPECT_EQ(pathsFound(*read, {"jazz"}), (Paths{"/Loops/New", "/Loops/Walk.aif"}));
-            EXPECT_EQ(pathsFound(*read, {}),
-                      (Paths{"/Loops/Hit.wav", "/Loops/New", "/Loops/Newer", "/Loops/Walk.aif"}));
-            if (disk.calls() < call) break;
-        }
-    }
 }
 
 TEST_F(IndexFile, MakesSureOfRoomBeforeAnythingIsOverwritten) {

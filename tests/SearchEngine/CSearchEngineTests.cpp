@@ -91,6 +91,8 @@ TEST(SearchEngine, LoadsWhatAreIndexFilesAndKeepsTheRest) {
     EXPECT_EQ(engine->indexFileCount(), 0);
     EXPECT_FALSE(fs::exists(index));
     EXPECT_EQ(library.find(*first, {"Xa"}), Names{}) << "deleted by another process";
+    engine->createIndexFile(library.root());
+    EXPECT_FALSE(fs::exists(name("empty.txt"))) << "left by a process that died";
 }
 
 TEST(SearchEngine, SearchesEveryIndexThatIsEnabled) {

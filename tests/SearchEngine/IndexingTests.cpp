@@ -141,20 +141,22 @@ TEST_F(Indexing, TakesAFolderThatCannotBeReadForNoEvidence) {
     fs::remove(m_library.root());
     fs::rename(away, m_library.root());
 
-    // Nor does a folder below it: the listing is told so in its stead, since no folder is closed to root.
-    fs::remove_all(m_library.path("sub"));
+    // Nor does one below it, which a link leads to: on a drive, say.
+    fs::rename(m_library.path("sub"), away);
+    fs::create_symlink(away, m_library.path("sub"));
+    EXPECT_EQ(counts(m_library.update(*m_engine)), (Counts{0, 0, 2, 0, 0, 0}));
+    fs::remove_all(away);
     fs::remove(m_library.path("subway.aif"));
-    IndexingState state;
-    m_engine->startIndexing(file, state);
-    state.report.unreadableFolders.push_back({m_library.path("sub"), "Permission denied"});
-    while (m_engine->indexOnce(state)) continue;
-    m_engine->finishIndexing(state);
-    EXPECT_EQ(state.status.filesKept, 1);
+    const SearchIndexingStatus status = m_library.update(*m_engine);
+    EXPECT_EQ(status.filesKept, 1);
+    EXPECT_EQ(status.filesGone, 1);
     EXPECT_EQ(m_library.find(*m_engine, {"Xa"}), Names{"sub/a.aif"});
 
     // An empty folder that can be read is evidence.
+    fs::create_directory(away);
     EXPECT_EQ(counts(m_library.update(*m_engine)), (Counts{0, 0, 0, 0, 1, 0}));
     EXPECT_EQ(m_library.find(*m_engine, {}), Names{});
+    fs::remove(away);
 }
 
 TEST_F(Indexing, FollowsLinksAndListsEachFileOnce) {
@@ -233,28 +235,6 @@ TEST_F(Indexing, StoresManyFilesOnTheWay) {
     EXPECT_EQ(SearchLibrary::newEngine()->getIndexFile(0)->getState(), marl::kIndexIsComplete);
 }
 
-TEST_F(Indexing, LetsOneUpdaterIn) {
-    m_library.addLoop("a.aif", "Xa");
-    const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
-    const CSearchEngineRef other = SearchLibrary::newEngine();
-    IndexingState state, refused;
-    m_engine->startIndexing(file, state);
-    const auto expectBusy = [&](auto act) {
-        try {
-            act();
-            ADD_FAILURE() << "two updaters at once";
-        } catch (const CException& exception) {
-            EXPECT_EQ(exception.getCode(), EBUSY);
-        }
-    };
-    expectBusy([&] { other->startIndexing(other->getIndexFile(0), refused); });
-    expectBusy([&] { other->removeIndexFile(other->getIndexFile(0)); });
-    while (m_engine->indexOnce(state)) continue;
-    m_engine->finishIndexing(state);
-    EXPECT_EQ(m_library.update(*other).filesUnchanged, 1);
-    EXPECT_EQ(other->createIndexFile(m_library.root() + "/"), other->getIndexFile(0)) << "one index a folder";
-}
-
 TEST_F(Indexing, HealsKeysThatRecordsDoNotCarry) {
     m_library.addLoop("a.aif", "Xa");
     m_library.addLoop("b.aif", "Xb");
@@ -312,6 +292,20 @@ TEST_F(Indexing, DoesNotWriteIntoAnIndexThatAnotherProcessHasRemoved) {
     } catch (const CException& exception) {
         EXPECT_EQ(exception.getCode(), ESTALE);
     }
+    EXPECT_EQ(counts(m_library.update(*m_engine)), (Counts{1, 0, 0, 0, 0, 0})) << "but into a new one";
+    EXPECT_EQ(m_engine->indexFileCount(), 1);
+}
+
+TEST_F(Indexing, KeepsSwitchingOffApartFromWhatOthersWrite) {
+    m_library.addLoop("a.aif", "Xa");
+    m_library.update(*m_engine);
+    const CSearchEngineRef other = SearchLibrary::newEngine();
+    m_library.addLoop("b.aif", "Xa");
+    m_library.update(*other);
+    m_engine->enableIndexFile(m_engine->getIndexFile(0), false);
+    EXPECT_EQ(m_library.find(*other, {}), Names{});
+    other->enableIndexFile(other->getIndexFile(0), true);
+    EXPECT_EQ(m_library.find(*m_engine, {"Xa"}), (Names{"a.aif", "b.aif"}));
 }
 
 TEST_F(Indexing, IsNotCompleteWhenItsListingWasCutShort) {
@@ -322,20 +316,12 @@ TEST_F(Indexing, IsNotCompleteWhenItsListingWasCutShort) {
     m_engine->index(file, state);
     EXPECT_FALSE(state.status.isComplete);
     EXPECT_EQ(file->getState(), marl::kIndexIsIncomplete);
+    EXPECT_EQ(SearchLibrary::newEngine()->getIndexFile(0)->getState(), marl::kIndexIsIncomplete);
 }
 
-TEST_F(Indexing, IsSeenByOthersWhileItLasts) {
-    m_library.addLoop("a.aif", "Xa");
-    const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
-    const CSearchEngineRef other = SearchLibrary::newEngine();
-    const marl::CIndexFileRef same = other->getIndexFile(0);
-    EXPECT_FALSE(same->isBeingUpdated());
-    IndexingState state;
-    m_engine->startIndexing(file, state);
-    EXPECT_TRUE(same->isBeingUpdated());
-    EXPECT_FALSE(file->isBeingUpdated());  // by somebody else
-    m_engine->finishIndexing(state);
-    EXPECT_FALSE(same->isBeingUpdated());
+TEST_F(Indexing, IsCompleteOnDiskEvenWhenNothingWasFound) {
+    m_library.update(*m_engine);
+    EXPECT_EQ(SearchLibrary::newEngine()->getIndexFile(0)->getState(), marl::kIndexIsComplete);
 }
 
 TEST_F(Indexing, HappensOnceAtATime) {
@@ -360,6 +346,7 @@ TEST_F(Indexing, RunsInTheBackground) {
     m_engine->updateIndex(file, true);
     m_engine->stopBackgroundIndexing();
     ASSERT_TRUE(m_engine->getBackgroundStatus(status));
+    EXPECT_TRUE(status.isFinished) << "even if it had not begun";
     const auto keptWhenStopped = static_cast<std::size_t>(status.filesAdded);
     EXPECT_EQ(m_library.find(*m_engine, {"Xa"}).size(), keptWhenStopped);
 
