@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/SearchEngine/CFileIndexer.h>
 
+#include <MarlCore/Files/FileClasses.h>
 #include <MarlCore/Files/IFile.h>
 #include <MarlCore/Files/browsing/NodeTypes.h>
 #include <MarlCore/SearchEngine/PathWords.h>
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <ctime>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -109,6 +109,12 @@ IFileRef openForMetadata(const std::string& path) {
     return file;
 }
 
+bool isIndexedType(NodeType type) noexcept {
+    return type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV;
+}
+
+constexpr const char* kNoSoundFile = "neither an AIFF nor a WAV file";
+
 void refuse(FileIndexResult& result, const std::string& path, const std::string& reason) {
     result.outcome = FileIndexResult::Outcome::kNotIndexable;
     result.reason = path + ": " + reason;
@@ -148,8 +154,13 @@ bool CFileIndexer::searchKeyToSearchKeyInfo(const SearchKey& key, SearchKeyInfo&
 }
 
 bool CFileIndexer::shouldAddFile(const std::string& path) const noexcept {
-    const NodeType type = NodeTypesHelper::nodeTypeFromPath(path);
-    return type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV;
+    return isIndexedType(NodeTypesHelper::nodeTypeFromPath(path));
+}
+
+bool CFileIndexer::shouldAddKnownFile(const std::string& path) const noexcept {
+    const CatalogInfo untyped{.kind = CatalogInfo::Kind::kFile};
+    const NodeType byName = NodeTypesHelper::nodeTypeFromCatalogInfo(untyped, path);
+    return byName == NodeTypesHelper::kUnknown ? shouldAddFile(path) : isIndexedType(byName);
 }
 
 void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result) const {
@@ -157,13 +168,13 @@ void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result)
     result.keys.clear();
     if (path.size() > CFileIndexInfo::kLongestFileName)
         return refuse(result, path, "the path is longer than 1024 bytes");
-    if (!shouldAddFile(path)) return refuse(result, path, "neither an AIFF nor a WAV file");
     const std::int32_t indexTime = CFileIndexInfo::now() - 1;
     try {
         const IFileRef file = openForMetadata(path);
+        if (!dynamic_cast<const CSoundFile*>(file.get())) return refuse(result, path, kNoSoundFile);
         makeRecord(path, *file->getFileParserRef(), result);
     } catch (const CException& exception) {
-        return refuse(result, path, exception.getMessage());
+        return refuse(result, path, shouldAddFile(path) ? exception.getMessage() : kNoSoundFile);
     }
     // Times of files are in whole seconds too: one that is written to in the very second in which it is
     // examined must count as changed next time.

@@ -44,6 +44,8 @@ public:
 
     /// Whether the item at `path` is an AIFF or WAV file (node types 4 and 5).
     bool shouldAddFile(const std::string& path) const noexcept;
+    /// The same for what is known to be a file, and no link to one. Mostly the name decides.
+    bool shouldAddKnownFile(const std::string& path) const noexcept;
 
     /// Reads the metadata of the file at `path`, an absolute path of any bytes, and makes its record. Never
     /// throws for a file that cannot be indexed: no audio file, damaged, unreadable, or with a path of more

@@ -59,8 +59,8 @@ std::string joined(const std::string& folder, const std::string& name) {
 /// that of a link to it.
 class TreeWalk {
 public:
-    TreeWalk(std::set<CFileSyncInfo>& files, const std::function<bool(const std::string&)>& wanted,
-             const std::atomic<bool>& cancelled, ListingReport& report)
+    TreeWalk(std::set<CFileSyncInfo>& files, const WantedFile& wanted, const std::atomic<bool>& cancelled,
+             ListingReport& report)
         : m_files(files), m_wanted(wanted), m_cancelled(cancelled), m_report(report) {}
 
     void run(const std::string& root) {
@@ -127,7 +127,7 @@ private:
             }
         } else if (S_ISDIR(status.st_mode)) {
             if (m_folders.insert(identityOf(status)).second && isShort(path)) walk(path);
-        } else if (S_ISREG(status.st_mode) && m_wanted(path)) {
+        } else if (S_ISREG(status.st_mode) && m_wanted(path, isLink)) {
             addFile(path, status, isLink);
         }
     }
@@ -172,7 +172,7 @@ private:
     }
 
     std::set<CFileSyncInfo>& m_files;
-    const std::function<bool(const std::string&)>& m_wanted;
+    const WantedFile& m_wanted;
     const std::atomic<bool>& m_cancelled;
     ListingReport& m_report;
     std::set<Identity> m_folders;  // that were met
@@ -182,8 +182,7 @@ private:
 
 }  // namespace
 
-void getFileSyncInfoSet(const char* directory, std::set<CFileSyncInfo>& files,
-                        const std::function<bool(const std::string&)>& wanted,
+void getFileSyncInfoSet(const char* directory, std::set<CFileSyncInfo>& files, const WantedFile& wanted,
                         const std::atomic<bool>& cancelled, ListingReport& report) {
     halyard::throwIfNull(directory, "directory");
     TreeWalk(files, wanted, cancelled, report).run(directory);

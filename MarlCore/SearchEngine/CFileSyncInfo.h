@@ -67,13 +67,16 @@ struct ListingReport {
     int danglingLinks = 0;
 };
 
+/// Whether to list a file, by its path. `isLink`: the path is a symbolic link to it.
+using WantedFile = std::function<bool(const std::string& path, bool isLink)>;
+
 /// Lists the files under `directory` that `wanted` takes, each once: symbolic links are followed, folders and
 /// files that were met by another name, and loops of links, are left out. A failing stat is told on standard
 /// output, and the entry left out; unless it says that there is no such item, its folder counts as
 /// unreadable. The companions ("._name") that some systems put beside a file are left out too. Stops early
 /// once `cancelled` is true. Throws `CNullPointerException` for a null directory. [any thread]
 MARLCORE_EXPORT void getFileSyncInfoSet(const char* directory, std::set<CFileSyncInfo>& files,
-                                        const std::function<bool(const std::string&)>& wanted,
-                                        const std::atomic<bool>& cancelled, ListingReport& report);
+                                        const WantedFile& wanted, const std::atomic<bool>& cancelled,
+                                        ListingReport& report);
 
 }  // namespace marl

@@ -112,6 +112,11 @@ void CIndexFile::readFileInfo(std::int32_t fileID, CFileIndexInfo& record) const
     if (fileID > 0) record.readAt(m_descriptor, placeOf(fileID));
 }
 
+void CIndexFile::readFileInfos(std::int32_t fileID, std::span<CFileIndexInfo> records) const {
+    if (!CFileIndexInfo::readAllAt(m_descriptor, placeOf(fileID), records))
+        throwFileError(EIO, "failed to read the records of '%s'", m_path);
+}
+
 void CIndexFile::writeFileInfo(std::int32_t fileID, const CFileIndexInfo& record) {
     requireFileID(fileID);
     if (fileID == 0) return;

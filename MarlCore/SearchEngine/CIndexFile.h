@@ -79,6 +79,9 @@ public:
     void readFileInfo(std::int32_t fileID, CFileIndexInfo& record) const;
     void writeFileInfo(std::int32_t fileID, const CFileIndexInfo& record);
 
+    /// Reads the records from `fileID` on, which is positive. Those that the file does not hold are an error.
+    void readFileInfos(std::int32_t fileID, std::span<CFileIndexInfo> records) const;
+
     /// Adds an entry for each key.
     void updateSearchKeySet(std::int32_t fileID, const std::set<SearchKeyInfo>& keys);
     /// Erases every entry of the file, or of these files, which ascend.

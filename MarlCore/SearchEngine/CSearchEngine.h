@@ -119,6 +119,7 @@ private:
     static bool isSearched(CIndexFile& file);
     SearchKeyInfo categorized(const CIndexFile& file, const SearchKey& key, const KeyPostings& postings);
 
+    static const CFileIndexInfo& recordOf(IndexingState& state, std::int32_t fileID);
     void indexRecord(IndexingState& state);
     void indexNewFile(IndexingState& state);
     bool examine(IndexingState& state, const std::string& path, IndexingState::Change& change);

@@ -26,6 +26,8 @@ namespace {
 /// Records looked at in a batch for each file that may be examined: they cost so much less.
 constexpr int kRecordsPerFile = 64;
 
+constexpr std::int32_t kRecordsAhead = 64;  // read at once
+
 // What has been found is stored together: each time the whole key index is written behind the records. A
 // tenth of the records that there are keeps the sum of that in proportion, the limits keep a killed pass from
 // losing much and memory from filling.
@@ -88,8 +90,10 @@ void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& stat
     if (file->isDeleted()) throwFileError(ESTALE, "the index of '%s' was removed meanwhile", root);
     getFileSyncInfoSet(
         root.c_str(), state.listing,
-        [this](const std::string& path) { return m_fileIndexer.shouldAddFile(path); }, state.cancelled,
-        state.report);
+        [this](const std::string& path, bool isLink) {
+            return isLink ? m_fileIndexer.shouldAddFile(path) : m_fileIndexer.shouldAddKnownFile(path);
+        },
+        state.cancelled, state.report);
     {
         const CIndexingMutexHelper mutex(*file);
         refresh(*file);
@@ -129,15 +133,24 @@ bool CSearchEngine::indexOnce(IndexingState& state) {
     return !state.cancelled && !state.completed;
 }
 
+/// Reads ahead. What a pass writes on the way it has looked at before.
+const CFileIndexInfo& CSearchEngine::recordOf(IndexingState& state, std::int32_t fileID) {
+    std::vector<CFileIndexInfo>& ahead = state.recordsAhead;
+    if (ahead.empty() || fileID >= state.firstAhead + static_cast<std::int32_t>(ahead.size())) {
+        ahead.resize(static_cast<std::size_t>(std::min(state.lastRecord - fileID + 1, kRecordsAhead)));
+        state.firstAhead = fileID;
+        const CIndexingMutexHelper mutex(*state.file);
+        state.file->readFileInfos(fileID, ahead);
+    }
+    return ahead[static_cast<std::size_t>(fileID - state.firstAhead)];
+}
+
 /// Compares the next record with its file.
 void CSearchEngine::indexRecord(IndexingState& state) {
     const std::int32_t fileID = state.nextRecord++;
     SearchIndexingStatus& status = state.status;
     IndexingState::Change change;
-    {
-        const CIndexingMutexHelper mutex(*state.file);
-        state.file->readFileInfo(fileID, change.record);
-    }
+    change.record = recordOf(state, fileID);
     const std::string path = change.record.getFileName();
     const bool wasThere = change.record.getFileID() > 0;
     const auto place = state.listing.find(CFileSyncInfo(path.substr(0, CFileSyncInfo::kSize - 1).c_str()));

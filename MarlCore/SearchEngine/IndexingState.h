@@ -48,6 +48,8 @@ struct IndexingState {
     std::vector<PathProblem> problems;  ///< the files that were refused, and why
     std::int32_t nextRecord = 1;
     std::int32_t lastRecord = 0;
+    std::vector<CFileIndexInfo> recordsAhead;  ///< have been read, from `firstAhead` on
+    std::int32_t firstAhead = 0;
     int batchLimit = 64;           ///< files examined in one `indexOnce`
     std::vector<Change> changes;   ///< not in the index yet
     std::int32_t stateOnDisk = 0;  ///< of the index
