@@ -6,19 +6,16 @@
 // with
 // --benchmark_enable_random_interleaving=true --benchmark_repetitions=9
 // --benchmark_report_aggregates_only=true so that the versions take turns, and compare medians.
+#include "LoopFiles.h"
+
 #include <MarlCore/Files/IFile.h>
-#include <MarlCore/Files/parsing/CLoopDescription.h>
-#include <MarlCore/Files/writing/CAIFWriter.h>
-#include <MarlCore/Files/writing/CWAVWriter.h>
 
 #include <benchmark/benchmark.h>
 
 #include <sndfile.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -28,56 +25,12 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using benchmarks::Folder;
+using benchmarks::writeLoop;
 
 constexpr int kLoops = 10000;
 constexpr int kLoopFrames = 12500;        // 50 KB at 16 bits
 constexpr int kLongFrames = 120 * 44100;  // two minutes
-
-class Folder {
-public:
-    Folder() : m_path(fs::temp_directory_path() / ("marl-benchmark-" + std::to_string(::getpid()))) {
-        fs::create_directories(m_path);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() { fs::remove_all(m_path); }
-    std::string path(const std::string& name) const { return (m_path / name).string(); }
-
-private:
-    fs::path m_path;
-};
-
-marl::IFileParserRef describedLoop(std::uint32_t bits) {
-    const marl::IFileParserRef loop(new marl::CLoopDescription(44100, 2, static_cast<int>(bits)));
-    marl::tagging::BasicTaggingChunk tagging;
-    tagging.version = marl::tagging::kTaggingVersion;
-    tagging.numberOfBeats = 8;
-    tagging.rootNote = 57;
-    loop->setBasicTaggingChunk(tagging);
-    loop->setInstrument({marl::tagging::Keyword("Drum Kit"), marl::tagging::Keyword("Breakbeat")});
-    loop->setGenre(marl::tagging::Genre("Funk"));
-    loop->setDescriptors({marl::tagging::Descriptor("Acoustic"), marl::tagging::Descriptor("Dry")});
-    loop->setFileInfo({halyard::CSTR("Loop"), halyard::CSTR("Author"), halyard::CSTR("2026"), {}});
-    std::vector<marl::tagging::TransientStruct> transients(16);
-    for (std::size_t i = 0; i < transients.size(); ++i)
-        transients[i].position = static_cast<std::uint32_t>(i * 700);
-    loop->setTransients(transients);
-    return loop;
-}
-
-void writeFile(const std::string& path, std::uint32_t bits, int frames) {
-    const marl::IFileParserRef loop = describedLoop(bits);
-    const halyard::CStringRef name = halyard::CSTR(path);
-    const marl::IFileWriterRef writer(
-        path.ends_with(".wav") ? static_cast<marl::IFileWriter*>(new marl::CWAVWriter(name, loop, true))
-                               : new marl::CAIFWriter(name, loop, true));
-    std::vector<unsigned char> samples(static_cast<std::size_t>(frames) * 2 * bits / 8);
-    std::mt19937 random(1);
-    for (auto& byte : samples) byte = static_cast<unsigned char>(random());
-    writer->writeSamples(samples.data(), 0, static_cast<unsigned long>(frames) * 2);
-    writer->finish();
-}
 
 std::vector<std::string> loopPaths(const Folder& folder, const std::string& extension) {
     std::vector<std::string> paths;
@@ -198,14 +151,14 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     const Folder folder;
     const std::vector<std::string> aiffs = loopPaths(folder, ".aif"), wavs = loopPaths(folder, ".wav");
-    for (const auto& path : aiffs) writeFile(path, 16, kLoopFrames);
-    for (const auto& path : wavs) writeFile(path, 16, kLoopFrames);
+    for (const auto& path : aiffs) writeLoop(path, 16, kLoopFrames);
+    for (const auto& path : wavs) writeLoop(path, 16, kLoopFrames);
     addOpening(aiffs, "open_aiff");
     addOpening(wavs, "open_wav");
     for (const std::uint32_t bits : {16u, 24u}) {
         for (const char* extension : {".aif", ".wav"}) {
             const std::string path = folder.path("long" + std::to_string(bits) + extension);
-            writeFile(path, bits, kLongFrames);
+            writeLoop(path, bits, kLongFrames);
             addReading(path, "read_" + std::to_string(bits) + extension);
         }
     }

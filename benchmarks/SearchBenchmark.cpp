@@ -10,6 +10,7 @@
 // Run with --benchmark_enable_random_interleaving=true --benchmark_repetitions=5
 // --benchmark_report_aggregates_only=true so that the engines take turns, and compare medians. It takes 2 GB
 // of disk space for temporary files, and 1 GB of memory.
+#include "LoopFiles.h"
 #include "SearchIndexes.h"
 #include "SearchPeers.h"
 
@@ -34,24 +35,11 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace searching;
+using benchmarks::Folder;
 
 constexpr int kRecords = 1'000'000;
 constexpr int kRecordsToOrder = 100'000;
 constexpr std::uint32_t kSeed = 7;
-
-class Folder {
-public:
-    Folder() : m_path(fs::temp_directory_path() / ("marl-benchmark-" + std::to_string(::getpid()))) {
-        fs::create_directories(m_path);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() { fs::remove_all(m_path); }
-    std::string path(const std::string& name) const { return (m_path / name).string(); }
-
-private:
-    fs::path m_path;
-};
 
 // ---- Searches ----
 

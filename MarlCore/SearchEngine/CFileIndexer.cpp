@@ -10,11 +10,15 @@
 #include <MarlCore/platform/UTF8.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <filesystem>
+#include <future>
 #include <system_error>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include <unistd.h>
 
@@ -113,6 +117,8 @@ bool isIndexedType(NodeType type) noexcept {
     return type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV;
 }
 
+constexpr std::size_t kMostExaminers = 4, kFilesWorthAThread = 8;
+
 constexpr const char* kNoSoundFile = "neither an AIFF nor a WAV file";
 
 void refuse(FileIndexResult& result, const std::string& path, const std::string& reason) {
@@ -180,6 +186,21 @@ void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result)
     // examined must count as changed next time.
     result.record.setIndexTime(indexTime);
     result.outcome = FileIndexResult::Outcome::kIndexed;
+}
+
+void CFileIndexer::examineFiles(std::span<const std::string> paths,
+                                std::span<FileIndexResult> results) const {
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+        for (std::size_t i = next++; i < paths.size(); i = next++) examineFile(paths[i], results[i]);
+    };
+    const auto threads = std::min<std::size_t>(
+        {std::thread::hardware_concurrency(), kMostExaminers, paths.size() / kFilesWorthAThread});
+    std::vector<std::future<void>> helpers;
+    for (std::size_t i = 1; i < threads; ++i)
+        helpers.push_back(std::async(std::launch::async | std::launch::deferred, work));
+    work();
+    for (std::future<void>& helper : helpers) helper.get();
 }
 
 void CFileIndexer::makeRecord(const std::string& path, const IFileParser& parser,

@@ -9,6 +9,7 @@
 #include <MarlCore/SearchEngine/KeywordDictionary.h>
 
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -51,6 +52,10 @@ public:
     /// throws for a file that cannot be indexed: no audio file, damaged, unreadable, or with a path of more
     /// than 1024 bytes, which a record cannot hold. Reads no samples.
     void examineFile(const std::string& path, FileIndexResult& result) const;
+
+    /// Examines many files, with helping threads where the machine has processors for them. `results` has the
+    /// length of `paths`.
+    void examineFiles(std::span<const std::string> paths, std::span<FileIndexResult> results) const;
 
     /// Examines the file and stores what it gave: as a new record (`fileID` 0) or in place of the file's old
     /// one. A file that is not indexable is not stored; when it is no AIFF or WAV file at all and

@@ -121,8 +121,9 @@ private:
 
     static const CFileIndexInfo& recordOf(IndexingState& state, std::int32_t fileID);
     void indexRecord(IndexingState& state);
-    void indexNewFile(IndexingState& state);
-    bool examine(IndexingState& state, const std::string& path, IndexingState::Change& change);
+    void indexNewFiles(IndexingState& state, std::size_t most);
+    bool takeResult(IndexingState& state, const std::string& path, FileIndexResult& result,
+                    IndexingState::Change& change);
     void store(IndexingState& state);
     void storeOnTheWay(IndexingState& state);
 

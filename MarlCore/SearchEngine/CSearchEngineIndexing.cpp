@@ -126,7 +126,7 @@ bool CSearchEngine::indexOnce(IndexingState& state) {
         if (state.nextRecord <= state.lastRecord)
             indexRecord(state);
         else
-            indexNewFile(state);
+            indexNewFiles(state, static_cast<std::size_t>(state.batchLimit - examined()));
     }
     if (isTimeToStore(state)) storeOnTheWay(state);
     state.completed = isDone() && !state.cancelled;  // which may have cut the listing short
@@ -173,7 +173,9 @@ void CSearchEngine::indexRecord(IndexingState& state) {
     --status.filesToDo;
     change.record.setFileID(fileID);
     if (hasChanged) {
-        if (examine(state, path, change)) {
+        FileIndexResult result;
+        m_fileIndexer.examineFile(path, result);
+        if (takeResult(state, path, result, change)) {
             ++status.filesUpdated;
         } else {
             change.record.setFileID(-fileID);  // what stood in it is there no more
@@ -188,21 +190,26 @@ void CSearchEngine::indexRecord(IndexingState& state) {
     state.changes.push_back(std::move(change));
 }
 
-void CSearchEngine::indexNewFile(IndexingState& state) {
-    const std::string path = state.listing.begin()->getFileName();
-    state.listing.erase(state.listing.begin());
-    ++state.status.filesDone;
-    IndexingState::Change change;
-    if (!examine(state, path, change)) return;
-    ++state.status.filesAdded;
-    state.changes.push_back(std::move(change));
+void CSearchEngine::indexNewFiles(IndexingState& state, std::size_t most) {
+    std::vector<std::string> paths;
+    for (auto file = state.listing.begin(); file != state.listing.end() && paths.size() < most;
+         file = state.listing.erase(file))
+        paths.push_back(file->getFileName());
+    std::vector<FileIndexResult> results(paths.size());
+    m_fileIndexer.examineFiles(paths, results);
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        ++state.status.filesDone;
+        IndexingState::Change change;
+        if (!takeResult(state, paths[i], results[i], change)) continue;
+        ++state.status.filesAdded;
+        state.changes.push_back(std::move(change));
+    }
 }
 
-/// Makes the record of a file, under the identifier that `change` has. Notes why when there is none.
-bool CSearchEngine::examine(IndexingState& state, const std::string& path, IndexingState::Change& change) {
+/// The record of a file goes to `change`, under the identifier that it has. Notes why when there is none.
+bool CSearchEngine::takeResult(IndexingState& state, const std::string& path, FileIndexResult& result,
+                               IndexingState::Change& change) {
     const std::int32_t fileID = change.record.getFileID();
-    FileIndexResult result;
-    m_fileIndexer.examineFile(path, result);
     if (result.outcome != FileIndexResult::Outcome::kIndexed) {
         ++state.status.filesRefused;
         ++m_notIndexable;
