@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
@@ -13,7 +14,9 @@ namespace {
 
 class FileDescriptor {
 public:
-    explicit FileDescriptor(const std::string& path) : m_fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    /// Waits for no writer of a pipe.
+    explicit FileDescriptor(const std::string& path)
+        : m_fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
     ~FileDescriptor() {
@@ -31,7 +34,9 @@ private:
 
 std::string contentsOf(const std::string& path) {
     const FileDescriptor file(path);
-    if (file.get() < 0) failWithErrno();
+    struct stat status;
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) failWithErrno();
+    if (!S_ISREG(status.st_mode)) throw PropertyListError(0, "is no regular file");
     std::string contents;
     std::array<char, 65536> block;
     for (;;) {

@@ -296,7 +296,7 @@ TEST_F(FileIndexer, WorksWithoutAUsersMalformedFiles) {
     EXPECT_EQ(text(examined("kik dry.aif", aiffFile(aiffOf(1000))).keys), "4 Dry, 1 Kick");
     EXPECT_EQ(m_indexer->getDictionaryProblems(),
               (std::vector<std::string>{keywords + ": line 3: expected the end of a <dict>, found </plist>",
-                                        words + ": Is a directory"}));
+                                        words + ": is no regular file"}));
 }
 
 TEST_F(FileIndexer, NeedsTheShippedFiles) {

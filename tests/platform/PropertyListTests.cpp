@@ -7,8 +7,11 @@
 
 #include <bit>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <random>
+
+#include <sys/stat.h>
 
 using namespace std::chrono_literals;
 
@@ -325,8 +328,13 @@ TEST(PropertyList, NamesTheFileInItsErrors) {
     EXPECT_EQ(faultOfLoading(broken), broken + ": line 3: expected the end of a <dict>, found </plist>");
     const std::string missing = folder.path("Missing.plist");
     EXPECT_EQ(faultOfLoading(missing), missing + ": No such file or directory");
-    EXPECT_EQ(faultOfLoading(folder.path()), folder.path() + ": Is a directory");
-    EXPECT_EQ(faultOfLoading("/dev/zero"), "/dev/zero: too large for a property list");
+    const std::string pipe = folder.path("Pipe.plist");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, folder.path(), std::string("/dev/zero")})
+        EXPECT_EQ(faultOfLoading(path), path + ": is no regular file");
+    const std::string large = folder.write("Large.plist", "");
+    std::filesystem::resize_file(large, PropertyList::kLargestFile + 1);
+    EXPECT_EQ(faultOfLoading(large), large + ": too large for a property list");
     EXPECT_EQ(PropertyList::load(folder.write("Fine.plist", PropertyList(1).toXML())), 1);
 }
 
