@@ -49,6 +49,8 @@ TEST(FolderWatch, TellsOfEveryChangeBelow) {
     const TemporaryFolder folder, elsewhere;
     const std::string in = folder.write("a/b/in.aif", "in");
     const std::string out = elsewhere.write("out.aif", "out");
+    const std::string target = elsewhere.write("files/target.aif", "1");
+    fs::create_symlink(target, folder.path("a/b/link.aif"));
     elsewhere.write("linked/x.aif", "");
     fs::create_directory_symlink(elsewhere.path("linked"), folder.path("a/link"));
     fs::create_directory_symlink(folder.path(), folder.path("a/b/loop"));
@@ -71,6 +73,9 @@ TEST(FolderWatch, TellsOfEveryChangeBelow) {
         {"a new folder in that", [&] { fs::create_directory(folder.path("moved/e/f")); }},
         {"in which there is a file", [&] { folder.write("moved/e/f/newest.aif", ""); }},
         {"behind a link", [&] { elsewhere.write("linked/x.aif", "y"); }},
+        {"the target of a link to a file", [&] { elsewhere.write("files/target.aif", "2"); }},
+        {"another in its place", [&] { fs::rename(elsewhere.write("files/other.aif", "3"), target); }},
+        {"the new target", [&] { elsewhere.write("files/target.aif", "4"); }},
         {"a link to a folder", [&] { fs::create_directory_symlink(elsewhere.path(), folder.path("l")); }},
         {"behind the new link", [&] { elsewhere.write("out.aif", "z"); }},
         {"a folder moved out", [&] { fs::rename(folder.path("a"), elsewhere.path("a")); }}};
@@ -150,6 +155,21 @@ TEST(FolderWatch, LooksNowAndThenAtATreeThatIsNotThere) {
     EXPECT_EQ(nextChange(watch), Roots{root});
     fs::remove_all(root);
     EXPECT_EQ(nextChange(watch), Roots{root});
+    EXPECT_EQ(watch.takeBlindTrees().size(), 1U);
+}
+
+TEST(FolderWatch, LooksNowAndThenBehindALinkThatLeadsNowhere) {
+    const TemporaryFolder folder, elsewhere;
+    fs::create_symlink(elsewhere.path("late.aif"), folder.path("link.aif"));
+    FolderWatch watch({folder.path()}, "", kImpatient);
+    const auto blind = watch.takeBlindTrees();
+    ASSERT_EQ(blind.size(), 1U);
+    EXPECT_EQ(blind[0].reason, "a link in it cannot be followed");
+    elsewhere.write("late.aif", "");
+    EXPECT_EQ(nextChange(watch), Roots{folder.path()});
+    EXPECT_TRUE(watch.takeBlindTrees().empty());
+    fs::remove(elsewhere.path("late.aif"));
+    EXPECT_EQ(nextChange(watch), Roots{folder.path()});
     EXPECT_EQ(watch.takeBlindTrees().size(), 1U);
 }
 

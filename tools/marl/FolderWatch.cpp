@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -38,7 +39,8 @@ bool isShared(const std::string& path) {
                kSharedFileSystems.end();
 }
 
-bool mayBeFolder(const dirent& entry) noexcept {
+/// Whether there may be a folder, or a file that lies elsewhere.
+bool mayHaveToBeWatched(const dirent& entry) noexcept {
     const bool isKnown = entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK;
     if (isKnown && entry.d_type != DT_DIR) return false;
     return std::strcmp(entry.d_name, ".") != 0 && std::strcmp(entry.d_name, "..") != 0;
@@ -48,10 +50,18 @@ bool isSameItem(const struct stat& a, const struct stat& b) noexcept {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+bool isLink(const std::string& path, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_LNK;
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+}  // namespace
+
 /// A number of the system's that is given back.
-class Descriptor {
+class FolderWatch::Descriptor {
 public:
-    Descriptor() = default;
+    explicit Descriptor(int descriptor = -1) : m_descriptor(descriptor) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
@@ -67,10 +77,8 @@ private:
         if (m_descriptor >= 0) ::close(m_descriptor);
     }
 
-    int m_descriptor = -1;
+    int m_descriptor;
 };
-
-}  // namespace
 
 /// The watches of one tree.
 class FolderWatch::Tree {
@@ -125,33 +133,56 @@ private:
         if (m_blindness.empty()) m_blindness = reason;
     }
 
-    /// Watches `folder` and leaves those in it to be visited, unless it was met by another name.
+    /// The watch of the item, or -1.
+    int newWatch(const std::string& path, std::uint32_t events) {
+        const int watch = ::inotify_add_watch(m_inotify.get(), path.c_str(), events);
+        if (watch < 0 && (errno == ENOSPC || errno == ENOMEM)) {
+            becomeBlind("the system has no watches left (fs.inotify.max_user_watches)");
+            m_toVisit.clear();
+        }
+        return watch;
+    }
+
+    /// Watches `folder` and what is in it, but leaves its folders to be visited; unless it was met by another
+    /// name.
     void watch(const std::string& folder, std::set<int>& found) {
-        const int watch = ::inotify_add_watch(m_inotify.get(), folder.c_str(), kEvents | IN_ONLYDIR);
+        const int watch = newWatch(folder, kEvents | IN_ONLYDIR);
         if (watch < 0) {
-            const bool isOutOfWatches = errno == ENOSPC || errno == ENOMEM;
-            if (isOutOfWatches) becomeBlind("the system has no watches left (fs.inotify.max_user_watches)");
             if (folder == m_root) becomeBlind(std::strerror(errno));
-            if (isOutOfWatches) m_toVisit.clear();
         } else if (found.insert(watch).second) {
-            visit(folder);
+            visit(folder, found);
         }
     }
 
-    void visit(const std::string& folder) {
+    void visit(const std::string& folder, std::set<int>& found) {
         if (folder == m_root && isShared(folder)) becomeBlind("the folder is on a shared drive");
         const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(folder.c_str()), ::closedir);
         if (!stream) return;
         struct stat outer;
         const bool isOuterKnown = ::fstat(::dirfd(stream.get()), &outer) == 0;
         while (const dirent* const entry = ::readdir(stream.get())) {
-            if (!mayBeFolder(*entry)) continue;
+            if (!mayHaveToBeWatched(*entry)) continue;
             const std::string path = (folder.ends_with('/') ? folder : folder + '/') + entry->d_name;
-            struct stat status;
-            if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || isLeftOut(status)) continue;
-            if (isOuterKnown && status.st_dev != outer.st_dev && isShared(path))
-                becomeBlind("a folder in it is on a shared drive");
+            visitEntry(path, isLink(path, *entry), isOuterKnown ? &outer : nullptr, found);
+        }
+    }
+
+    /// `outer`: the folder that it is in, if that is known.
+    void visitEntry(const std::string& path, bool isLink, const struct stat* outer, std::set<int>& found) {
+        struct stat status;
+        if (::stat(path.c_str(), &status) != 0) {
+            if (isLink) becomeBlind("a link in it cannot be followed");
+            return;
+        }
+        const bool isFolder = S_ISDIR(status.st_mode) && !isLeftOut(status);
+        const bool isFileElsewhere = S_ISREG(status.st_mode) && isLink;
+        if (!isFolder && !isFileElsewhere) return;
+        if (outer && status.st_dev != outer->st_dev && isShared(path))
+            becomeBlind("a part of it is on a shared drive");
+        if (isFolder) {
             m_toVisit.push_back(path);
+        } else if (const int watch = newWatch(path, kEvents); watch >= 0) {
+            found.insert(watch);
         }
     }
 
@@ -169,7 +200,9 @@ private:
 };
 
 FolderWatch::FolderWatch(const std::vector<std::string>& roots, std::string leftOut, Timing timing)
-    : m_timing(timing), m_lastSweep(Clock::now()) {
+    : m_timing(timing),
+      m_mounts(std::make_unique<Descriptor>(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC))),
+      m_lastSweep(Clock::now()) {
     for (const std::string& root : roots) m_trees.push_back(std::make_unique<Tree>(root, leftOut));
 }
 
@@ -233,13 +266,16 @@ FolderWatch::Duration FolderWatch::timeLeft() const {
 
 /// True when the wait is over by `stopDescriptor`.
 bool FolderWatch::waitForEvents(int stopDescriptor) {
-    std::vector<pollfd> descriptors{{stopDescriptor, POLLIN, 0}};
+    constexpr std::size_t kOfTrees = 2;  // the first of them
+    std::vector<pollfd> descriptors{{stopDescriptor, POLLIN, 0}, {m_mounts->get(), POLLPRI, 0}};
     for (const auto& tree : m_trees) descriptors.push_back({tree->descriptor(), POLLIN, 0});
     if (::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeLeft().count())) <= 0)
         return false;
     if (descriptors.front().revents != 0) return true;
-    for (std::size_t i = 0; i < m_trees.size(); ++i)
-        if (descriptors[i + 1].revents != 0 && m_trees[i]->takeEvents()) noteChange(*m_trees[i]);
+    for (std::size_t i = 0; i < m_trees.size(); ++i) {
+        const bool hasEvents = descriptors[kOfTrees + i].revents != 0 && m_trees[i]->takeEvents();
+        if (hasEvents || descriptors[1].revents != 0) noteChange(*m_trees[i]);
+    }
     return false;
 }
 

@@ -15,8 +15,9 @@
 namespace marl::tool {
 
 /// Tells which of some folder trees have changed: files that were written, moved, deleted or made readable,
-/// anywhere below, in folders behind symbolic links too. Where the system cannot tell (no watches left, a
-/// network drive, a folder that is not there), it counts the tree as changed every now and then.
+/// anywhere below, behind symbolic links too; drives that are mounted. Where the system cannot tell (no
+/// watches left, a network drive, a folder that is not there, a link that leads nowhere yet), it counts the
+/// tree as changed every now and then.
 ///
 /// Nothing is lost between two calls of `wait`: what changes meanwhile is told by the next one. A change is
 /// told once the tree has come to rest, with new folders already watched; so who looks at the whole tree
@@ -48,6 +49,7 @@ public:
 
 private:
     class Tree;
+    class Descriptor;
     using Clock = std::chrono::steady_clock;
 
     void noteChange(Tree& tree);
@@ -59,6 +61,7 @@ private:
 
     const Timing m_timing;
     std::vector<std::unique_ptr<Tree>> m_trees;
+    std::unique_ptr<Descriptor> m_mounts;                          // tells of drives that come and go
     std::optional<Clock::time_point> m_firstChange, m_lastChange;  // of those not told yet
     Clock::time_point m_lastSweep;
 };
