@@ -191,6 +191,23 @@ TEST_F(IndexProcess, AnswersWhileAnotherFollowsTheFolder) {
     EXPECT_EQ(outcome.out.find("folder\n"), outcome.out.rfind("folder\n"));  // one head for all rows
 }
 
+TEST_F(IndexProcess, FollowsTheOtherFoldersWhenOneIsMissing) {
+    m_library.addLoop("here/a.aif", "Xa");
+    const std::string missing = m_library.path("missing");
+    RunningMarl watch(command("index", {"--watch", missing, m_library.path("here")}));
+    EXPECT_TRUE(comesTrue([&] { return watch.err().find("look") != std::string::npos; }));
+    m_library.addLoop("here/b.aif", "Xb");
+    EXPECT_TRUE(comesTrue([&] { return found() == Names{"here/a.aif", "here/b.aif"}; }));
+    watch.sendSignal(SIGINT);
+    const Outcome outcome = watch.await();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "marl: " + missing + ": cannot be indexed: No such file or directory\n" +
+                  "marl: watching 2 folders\nmarl: " + missing +
+                  ": note: looked through every 30 seconds, since changes cannot be told: No such "
+                  "file or directory\n");
+}
+
 TEST_F(IndexProcess, TwoThatFollowOneFolderTakeTurns) {
     addLoops(10, "Xa");
     RunningMarl one(command("index", {"--watch", m_library.root()}));

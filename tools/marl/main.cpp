@@ -137,6 +137,10 @@ void requireAlone(const CLI::Option& option, std::initializer_list<const CLI::Op
 
 void addIndex(CLI::App& app, IndexArguments& arguments, Command& command) {
     CLI::App* const index = app.add_subcommand("index", "Make the loops of folders searchable");
+    index->footer(
+        "Run again, it reads the files that have changed since. Times of files are compared in whole "
+        "seconds:\n"
+        "those written in the second before they were read, or in it, count as updated once more.");
     addIndexDirectory(index, arguments.options.indexDirectory);
     CLI::Option* const rebuild =
         index->add_flag("--rebuild", arguments.options.rebuild, "Make the indexes anew");
@@ -145,7 +149,8 @@ void addIndex(CLI::App& app, IndexArguments& arguments, Command& command) {
     CLI::Option* const list = index->add_flag("--list", arguments.list, "Show what is indexed");
     CLI::Option* const remove =
         index->add_option("--remove", arguments.remove, "Forget a folder; its files stay")
-            ->type_name("FOLDER");
+            ->type_name("FOLDER")
+            ->check([](const std::string& text) { return text.empty() ? "'' is no folder" : ""; });
     CLI::Option* const folders =
         index->add_option("FOLDER", arguments.options.folders, "Folders of AIFF and WAV files")
             ->type_name("");
