@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
+#include <limits>
 #include <system_error>
 
 #include <sys/eventfd.h>
@@ -14,16 +16,29 @@ namespace {
 
 // What the signal handler touches.
 std::atomic<int> g_received{0};
+std::atomic<std::time_t> g_receivedAt{0};  // seconds of the steady clock; before: the end of time
 std::atomic<int> g_descriptor{-1};
 std::atomic<std::atomic<bool>*> g_flag{nullptr};
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free &&
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::time_t>::is_always_lock_free &&
+                  std::atomic<bool>::is_always_lock_free &&
                   std::atomic<std::atomic<bool>*>::is_always_lock_free,
               "a signal handler uses them");
+
+std::time_t secondsNow() noexcept {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
 
 extern "C" void noteStop(int signal) {
     const int errnoBefore = errno;
     int none = 0;
-    g_received.compare_exchange_strong(none, signal);
+    if (g_received.compare_exchange_strong(none, signal)) {
+        g_receivedAt = secondsNow();
+    } else if (secondsNow() - g_receivedAt > 1) {  // one wish may come twice: by the terminal and a parent
+        ::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
     if (std::atomic<bool>* const flag = g_flag.load()) *flag = true;
     const std::uint64_t one = 1;
     if (::write(g_descriptor, &one, sizeof one) < 0) errno = errnoBefore;  // it can be read from already
@@ -40,6 +55,7 @@ int newEventDescriptor() {
 
 StopSignals::StopSignals() : m_descriptor(newEventDescriptor()) {
     g_received = 0;
+    g_receivedAt = std::numeric_limits<std::time_t>::max();
     g_descriptor = m_descriptor;
     struct sigaction action {};
     action.sa_handler = noteStop;

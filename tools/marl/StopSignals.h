@@ -10,7 +10,8 @@
 namespace marl::tool {
 
 /// Takes the signal of a closing terminal, an impatient user or a `kill` as a wish to stop, for as long as it
-/// lives. Signals that the program ignores stay ignored. There is one at a time. [main thread]
+/// lives. Signals that the program ignores stay ignored. One that comes a second or more after the first ends
+/// the program at once, whatever it waits for. There is one at a time. [main thread]
 class StopSignals {
 public:
     /// Throws `std::system_error` when the system has no descriptors left.
