@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Pastes what the README shows: saves its C++ block as beats.cpp, makes demo-loops/, and runs every "$ command" of its
-# console blocks, whose output must be the one that stands there. `readme.sh SOURCE_DIR BUILD_DIR`
+# Pastes what the README shows: saves its C++ blocks under the names before them, makes demo-loops/, and runs every
+# "$ command" of its console blocks, whose output must be the one that stands there. `readme.sh SOURCE_DIR BUILD_DIR`
 set -uo pipefail
 source_dir=$1
 build_dir=$2
@@ -14,7 +14,8 @@ ln -s "$build_dir" build/release
 ln -s "$source_dir/MarlCore" MarlCore
 ln -s "$source_dir/README.md" README.md
 build/release/bin/marl-loopmaker demo-loops >/dev/null || exit 1
-awk '/^```cpp$/ {inside = 1; next} /^```$/ {inside = 0} inside' README.md >beats.cpp
+awk 'match($0, /`[a-z]+\.cpp`/) {file = substr($0, RSTART + 1, RLENGTH - 2)}
+     /^```cpp$/ {inside = 1; next} /^```$/ {inside = 0} inside {print >file}' README.md
 
 # One console line after the other; \001 marks the commands.
 mapfile -t lines < <(awk '/^```console$/ {inside = 1; next} /^```$/ {if (inside) print "\001"; inside = 0}

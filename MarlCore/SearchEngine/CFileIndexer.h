@@ -40,6 +40,9 @@ public:
     /// One line for each fault in a user's dictionary, with the file and, where it is malformed, the line.
     const std::vector<std::string>& getDictionaryProblems() const noexcept { return m_dictionary.problems(); }
 
+    /// What words of users and of paths mean.
+    const KeywordDictionary& getKeywordDictionary() const noexcept { return m_dictionary; }
+
     /// The dictionary's entry of `key` with its category and parent; false when it has none.
     bool searchKeyToSearchKeyInfo(const SearchKey& key, SearchKeyInfo& out) const noexcept;
 

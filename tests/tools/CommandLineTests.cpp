@@ -114,7 +114,10 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
                  {{"search", "--key", "128"}, "--key"},
                  {{"search", "--key", "60", "--tolerance", "-1"}, "--tolerance"},
                  {{"search", "--key-type", "0"}, "--key-type"},
-                 {{"search", "--limit", "-1"}, "--limit"},
+                 {{"search", "--limit", "-1"}, "--limit: '-1' is not a number of loops: 0 or more\n"},
+                 {{"search", "--limit", "abc"}, "--limit: 'abc' is not a number of loops: 0 or more\n"},
+                 {{"search", "Bass", ""}, "KEY: '' is no key\n"},
+                 {{"index", "--remove", ""}, "--remove: '' is no folder\n"},
                  {{"keywords", "Bass"}, "Bass"}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(joined(row.arguments));
@@ -122,7 +125,7 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
         EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(outcome.out, "");
         EXPECT_TRUE(outcome.err.starts_with("marl: ")) << outcome.err;
-        EXPECT_NE(outcome.err.substr(0, outcome.err.find('\n')).find(row.named), std::string::npos)
+        EXPECT_NE(outcome.err.substr(0, outcome.err.find('\n') + 1).find(row.named), std::string::npos)
             << outcome.err;
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
     }

@@ -105,11 +105,11 @@ TEST_F(Search, PrintsEveryField) {
                            {"keys", {{"Xd", 1}, {"Xe", 1}, {"Xgenre", 1}, {"Xinst", 1}, {"Xsub", 1}}}};
     EXPECT_EQ(found({}).dump(1), expected.dump(1));
     EXPECT_EQ(search({}).out,
-              "type         bpm meter root instrument           genre            path\n"
-              "loop      105.00 7/8   G    Xinst                Xgenre           " +
+              "type         bpm meter key      instrument           genre            path\n"
+              "loop      105.00 7/8   G major  Xinst                Xgenre           " +
                   m_loops.path("x.aif") +
                   "\n"
-                  "one-shot       - -     -    -                    -                " +
+                  "one-shot       - -     -        -                    -                " +
                   m_loops.path("y.aif") + "\n2 loop files\n");
 }
 
@@ -179,8 +179,7 @@ TEST_F(Search, SuggestsKeysThatThereAre) {
         std::string key, hint;
     } kRows[] = {{"Xbrihgt", "; did you mean 'Xbright'?"},   {"xylo", "; did you mean 'Xylo Guitar'?"},
                  {"guitr", "; did you mean 'Xylo Guitar'?"}, {"xge", "; did you mean 'Xgenre'?"},
-                 {"zzzzzz", ": 'marl keywords' lists them"}, {"\xFF", ": 'marl keywords' lists them"},
-                 {"", ": 'marl keywords' lists them"}};
+                 {"zzzzzz", ": 'marl keywords' lists them"}, {"\xFF", ": 'marl keywords' lists them"}};
     for (const auto& row : kRows) {
         const Outcome outcome = search({.json = true, .keys = {"Xgenre", row.key}});
         EXPECT_EQ(outcome.status, kDone);
@@ -188,6 +187,53 @@ TEST_F(Search, SuggestsKeysThatThereAre) {
         const std::string name = row.key == "\xFF" ? "\\xFF" : row.key;
         EXPECT_EQ(outcome.err, "marl: " + name + ": no loop file has this key" + row.hint + "\n");
     }
+}
+
+TEST_F(Search, TakesWordsAsAMusicianMeansThem) {
+    add({"kit 120.aif", {.beats = 4}, {.instrument = "Drum Kit", .genre = "House"}});
+    add({"kit 90.aif", {.beats = 3}, {.instrument = "Drum Kit", .genre = "174"}});
+    add({"hat.aif", {.fileType = 2}, {.instrument = "Hi-Hat", .descriptors = {"pads"}}});
+    add({"pick.aif", {.beats = 4}, {.instrument = "Bass Guitar", .genre = "House"}});
+    add({"sub.aif", {.beats = 4}, {.instrument = "Synth Bass", .instrumentSubType = "808 Bass"}});
+    add({"boom.aif", {.beats = 4}, {.instrument = "Kick", .instrumentSubType = "808 Kick"}});
+    add({"z.aif", {.beats = 4}, {.instrument = "Synth Pad", .genre = std::string(29, 'x')}});
+    index();
+    const std::string drums = "marl: drums: searched as Drum Kit\n", hat = ": searched as Hi-Hat\n",
+                      bass = "marl: bass: searched as Bass Guitar or Synth Bass\n",
+                      tempo = ": searched as a tempo of ";
+    const struct {
+        Names words, names;
+        std::string said;
+    } kRows[] = {
+        {{"drums"}, {"kit 120.aif", "kit 90.aif"}, drums},
+        {{"drums", "120"}, {"kit 120.aif"}, drums + "marl: 120" + tempo + "120 beats a minute\n"},
+        {{"drum kit", "90.5"}, {"kit 90.aif"}, "marl: 90.5" + tempo + "90.5 beats a minute\n"},
+        {{"drum kit", "90.6"}, {}, "marl: 90.6" + tempo + "90.6 beats a minute\n"},
+        {{"hihat"}, {"hat.aif"}, "marl: hihat" + hat},
+        {{"Hi Hat"}, {"hat.aif"}, "marl: Hi Hat" + hat},
+        {{"hat01"}, {"hat.aif"}, "marl: hat01" + hat},
+        {{"bass"}, {"pick.aif", "sub.aif"}, bass},
+        {{"bass", "house"}, {"pick.aif"}, bass},
+        {{"bass", "808"}, {"sub.aif"}, bass + "marl: 808: searched as 808 Bass or 808 Kick\n"},
+        {{"pads"}, {"hat.aif"}, ""},    // a key is nothing but itself
+        {{"174"}, {"kit 90.aif"}, ""},  // and no tempo
+        {{"19.9"}, {}, "marl: 19.9: no loop file has this key: 'marl keywords' lists them\n"},
+        {{"nan"}, {}, "marl: nan: no loop file has this key: 'marl keywords' lists them\n"},
+        {{std::string(29, 'X')}, {"z.aif"}, ""},
+        {{std::string(30, 'x')}, {}, "marl: " + std::string(30, 'x') + ": no key is longer than 29 bytes\n"},
+        {{std::string(59, 'x') + "\u00E9"},
+         {},
+         "marl: " + std::string(59, 'x') + "…: no key is longer than 29 bytes\n"},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.words.back());
+        EXPECT_EQ(names({.keys = row.words}), row.names);
+        EXPECT_EQ(search({.keys = row.words}).err, row.said);
+    }
+    const json limited = found({.limit = 1, .keys = {"120"}});
+    EXPECT_EQ(limited["count"], 5);
+    EXPECT_EQ(limited["results"].size(), 1U);
+    EXPECT_EQ(limited["keys"]["House"], 2);
 }
 
 TEST_F(Search, NeedsAnIndex) {

@@ -3,14 +3,13 @@
 
 #include "marl/IndexDirectory.h"
 #include "marl/InfoJSON.h"
-#include "marl/NearKeys.h"
 #include "marl/Output.h"
+#include "marl/SearchQuery.h"
 #include "marl/TerminalText.h"
 #include "marl/TextTable.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
+#include <array>
 #include <ostream>
 #include <span>
 
@@ -20,21 +19,6 @@ namespace {
 using Records = OrganizedSearchResults::Records;
 
 // ---- One loop ----
-
-bool isOneShot(const CFileIndexInfo& record) {
-    return record.getContentFileType() != 0;
-}
-
-/// Beats a minute as the shortest decimal number that stands for the record's; nothing where it has none.
-std::optional<double> tempoOf(const CFileIndexInfo& record) {
-    const float tempo = record.getAdditionalInfo().tempo;
-    if (isOneShot(record) || !std::isfinite(tempo) || tempo <= 0) return std::nullopt;
-    std::array<char, 32> text;
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), tempo).ptr;
-    double value = 0;
-    std::from_chars(text.data(), end, value);
-    return value;
-}
 
 json keyOrNull(const SearchKey& key) {
     return key.isValid() ? json(keywordText(key.view())) : json(nullptr);
@@ -72,19 +56,27 @@ std::string cellOf(const SearchKey& key) {
     return key.isValid() ? terminalText(keywordText(key.view())) : "-";
 }
 
+/// "A minor"; the note alone where the scale is neither minor nor major, or may be both.
+std::string keyOf(const CFileIndexInfo& record) {
+    constexpr std::array kScales{"", " minor", " major"};  // by the type that files state
+    const int rootNote = record.getAdditionalInfo().midiRootNote;
+    const auto scale = static_cast<std::size_t>(record.getKeyType());
+    return noteName(rootNote) + (rootNote != 0 && scale < kScales.size() ? kScales[scale] : "");
+}
+
 std::vector<std::string> cellsOf(const CFileIndexInfo& record) {
     const tagging::TimeSignature meter = record.getTimeSignature();
     const auto tempo = tempoOf(record);
     return {isOneShot(record) ? "one-shot" : "loop",
             tempo ? formatted("%.2f", *tempo) : "-",
             isOneShot(record) ? "-" : formatted("%d/%d", meter.numerator, meter.denominator),
-            noteName(record.getAdditionalInfo().midiRootNote),
+            keyOf(record),
             cellOf(record.getInstrument()),
             cellOf(record.getGenre())};
 }
 
 constexpr TextTable::Column kColumns[] = {{"type", 8, false},        {"bpm", 7, true},
-                                          {"meter", 5, false},       {"root", 4, false},
+                                          {"meter", 5, false},       {"key", 8, false},
                                           {"instrument", 20, false}, {"genre", 16, false}};
 
 // ---- All of them ----
@@ -158,35 +150,15 @@ void reportGaps(const CSearchEngine& engine, std::ostream& err) {
     }
 }
 
-std::string hintFor(const std::vector<std::string>& near) {
-    if (near.empty()) return ": 'marl keywords' lists them";
-    std::string list;
-    for (const std::string& key : near) list += (list.empty() ? "'" : ", '") + key + "'";
-    return "; did you mean " + list + "?";
-}
-
-void reportUnknownKeys(CSearchEngine& engine, const SearchOptions& options, std::ostream& err) {
-    std::vector<KeywordCount> known;
-    engine.generateKeywordList(known);
-    for (const std::string& text : options.keys) {
-        const SearchKey key(text);
-        if (std::ranges::any_of(known, [&](const KeywordCount& one) { return one.keyword.key == key; }))
-            continue;
-        reportError(err, text, "no loop file has this key" + hintFor(nearKeys(text, known)));
-    }
-}
-
 }  // namespace
 
 int runSearch(const SearchOptions& options, std::ostream& out, std::ostream& err) {
     const CSearchEngineRef engine = openIndexesToSearch(options.indexDirectory, err);
     if (!engine) return kFailed;
-    std::vector<SearchKey> keys;
-    for (const std::string& text : options.keys) keys.emplace_back(text);
-    OrganizedSearchResults results;
-    engine->search(keys, options.filters, halyard::CSTR(options.name), options.key, results, true);
     reportGaps(*engine, err);
-    if (results.files().empty()) reportUnknownKeys(*engine, options, err);
+    const SearchQuery query(*engine, options.keys, err);
+    OrganizedSearchResults results;
+    query.run(*engine, options.filters, options.name, options.key, results);
     return options.json ? printAsJSON(results, options, out, err) : printAsTable(results, options, out, err);
 }
 

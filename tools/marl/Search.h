@@ -19,13 +19,13 @@ struct SearchOptions {
     int key = 0;  ///< MIDI note number; 0: any
     std::optional<std::size_t> limit = {};
     bool json = false;
-    std::vector<std::string> keys = {};  ///< all of them; none: every loop
+    std::vector<std::string> keys = {};  ///< see `SearchQuery`; all of them; none: every loop
 };
 
 /// Prints the loops that carry every key and pass the filters, each once, in the order of their paths by
 /// bytes: as a table, or as a JSON object. `limit` bounds what is listed, not what is counted. Indexes that
-/// cannot be searched in full, and keys that no loop has, are told on `err`. Returns the exit status: to find
-/// nothing is no error, to have no index is one.
+/// cannot be searched in full, and words that are no keys, are told on `err`. Returns the exit status: to
+/// find nothing is no error, to have no index is one.
 int runSearch(const SearchOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace marl::tool

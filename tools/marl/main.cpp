@@ -40,7 +40,8 @@ constexpr char kExamples[] =
     "  marl convert beat.aif beat.wav  beats, root note and slices come along\n"
     "  marl convert --rate 48000 --format s24 beat.wav beat-48k.aif\n"
     "  marl index Loops                make them searchable\n"
-    "  marl search Bass Dark           loops with both keys\n"
+    "  marl search bass Dark           dark basses\n"
+    "  marl search drums 120           drum loops of 120 beats a minute\n"
     "\n"
     "'marl COMMAND --help' has the options of a command.";
 
@@ -175,6 +176,17 @@ std::string wrongWithMeter(const std::string& text, marl::tagging::TimeSignature
     return "'" + text + "' is not a time signature such as 4/4";
 }
 
+/// The library's own check names a range of 300 digits.
+std::string wrongWithCount(const std::string& text) {
+    std::size_t count = 0;
+    if (!text.starts_with('-') && CLI::detail::lexical_cast(text, count)) return "";
+    return "'" + text + "' is not a number of loops: 0 or more";
+}
+
+std::string wrongWithKey(const std::string& text) {
+    return text.empty() ? "'' is no key" : "";
+}
+
 void addFilters(CLI::App* search, marl::tool::SearchOptions& options) {
     search->add_option("--name", options.name, "Text in the path; one letter: names that begin with it")
         ->type_name("TEXT");
@@ -191,7 +203,10 @@ void addFilters(CLI::App* search, marl::tool::SearchOptions& options) {
         ->type_name("S")
         ->check(CLI::Range(0, 127).description(""))
         ->needs(key);
-    search->add_option("--key-type", options.filters.keyType, "Scale type, the number that info --json shows")
+    search
+        ->add_option("--key-type", options.filters.keyType,
+                     "Scale: 1 minor, 2 major, 3 fits both or not said; files\nmay state others (scaleType "
+                     "in info --json)")
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<std::int16_t>::max() + 0).description(""));
 }
@@ -202,10 +217,16 @@ void addSearch(CLI::App& app, marl::tool::SearchOptions& options, Command& comma
     addFilters(search, options);
     search->add_option("--limit", options.limit, "Most loops to list; all are counted")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(wrongWithCount);
     search->add_flag("--json", options.json, "Print a JSON object with all that is known");
-    search->add_option("KEY", options.keys, "Instrument, genre or descriptor; loops have all of them")
-        ->type_name("");
+    search
+        ->add_option("KEY", options.keys,
+                     "Instrument, genre or descriptor as 'marl keywords' lists\n"
+                     "them, or a word for it (hihat, gtr); a number from 20 to\n"
+                     "400 that is no key: beats a minute, half a beat more or\n"
+                     "less. Loops have all of them")
+        ->type_name("")
+        ->check(wrongWithKey);
     search->callback([&] { command = [&] { return marl::tool::runSearch(options, std::cout, std::cerr); }; });
 }
 

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// What the words of a search ask for.
+#pragma once
+
+#include <MarlCore/SearchEngine/CSearchEngine.h>
+
+#include <iosfwd>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace marl::tool {
+
+/// The words of a search as a musician means them. A word is the first of these:
+/// - a key that loops have: itself;
+/// - a word of the keyword dictionary: those of its keywords that loops have ("hihat" is Hi-Hat, "bass" is
+/// Bass
+///   Guitar or Synth Bass);
+/// - a number from 20 to 400: a tempo in beats a minute, from which loops may be half a beat off.
+/// No loop has any other word.
+class SearchQuery {
+public:
+    /// Tells on `err` what words that are no keys were taken for, and keys near to those that no loop has.
+    SearchQuery(CSearchEngine& engine, std::span<const std::string> words, std::ostream& err);
+
+    /// The loops that have every word and pass the filters; the arguments are those of
+    /// `CSearchEngine::search`.
+    void run(CSearchEngine& engine, const SearchFilters& filters, const std::string& name, int projectKey,
+             OrganizedSearchResults& results) const;
+
+private:
+    using Keys = std::vector<SearchKey>;
+
+    bool takeKey(CSearchEngine& engine, const std::string& word);
+    bool takeKeywords(CSearchEngine& engine, const std::string& word, std::ostream& err);
+    bool takeTempo(const std::string& word, std::ostream& err);
+    std::vector<Keys> lookUps() const;
+    bool admits(const CFileIndexInfo& record) const;
+
+    Keys m_keys;                // all of them
+    std::vector<Keys> m_anyOf;  // of each of these at least one
+    std::vector<double> m_tempos;
+    bool m_isVain = false;  // no loop has one of the words
+};
+
+/// Beats a minute as the shortest decimal number that stands for the record's; nothing where it has none.
+std::optional<double> tempoOf(const CFileIndexInfo& record);
+
+bool isOneShot(const CFileIndexInfo& record);
+
+}  // namespace marl::tool
