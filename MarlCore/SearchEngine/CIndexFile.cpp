@@ -410,12 +410,14 @@ struct flock lockOf(CIndexFile::Lock which, short type) noexcept {
     return lock;
 }
 
-/// False when somebody holds it and `wait` is false.
-bool lockByte(int descriptor, CIndexFile::Lock which, short type, bool wait) noexcept {
+/// False when somebody holds it and `wait` is false, or the wait was cancelled.
+bool lockByte(int descriptor, CIndexFile::Lock which, short type, bool wait,
+              const std::atomic<bool>* cancelled = nullptr) noexcept {
     struct flock lock = lockOf(which, type);
     for (;;) {
         if (::fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock) == 0) return true;
         if (errno != EINTR) return errno != EAGAIN && errno != EACCES;
+        if (cancelled && *cancelled) return false;
     }
 }
 
@@ -449,8 +451,11 @@ CIndexFile::UpdateScope::~UpdateScope() {
     if (m_file) m_file->unlockAfterUpdate();
 }
 
-CIndexFile::ContentsScope::ContentsScope(const CIndexFile& file, bool exclusive) : m_file(file) {
-    lockByte(file.m_descriptor, Lock::kContents, exclusive ? F_WRLCK : F_RDLCK, true);
+CIndexFile::ContentsScope::ContentsScope(const CIndexFile& file, bool exclusive,
+                                         const std::atomic<bool>* cancelled)
+    : m_file(file) {
+    if (!lockByte(file.m_descriptor, Lock::kContents, exclusive ? F_WRLCK : F_RDLCK, true, cancelled))
+        throw CException(kFileIOError, ECANCELED, "cancelled while another process held the index");
 }
 
 CIndexFile::ContentsScope::~ContentsScope() {

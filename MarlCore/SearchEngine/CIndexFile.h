@@ -134,10 +134,12 @@ public:
         kContents  ///< readers, shared: while they load; the updater, alone: while it writes
     };
 
-    /// Holds the contents for the length of a scope: waits for whoever holds them otherwise.
+    /// Holds the contents for the length of a scope: waits for whoever holds them otherwise. A signal, whose
+    /// handler does not restart what it interrupts, ends the wait with an exception (ECANCELED) when
+    /// `cancelled`, which may be null, is true by then.
     class MARLCORE_EXPORT ContentsScope {
     public:
-        ContentsScope(const CIndexFile& file, bool exclusive);
+        ContentsScope(const CIndexFile& file, bool exclusive, const std::atomic<bool>* cancelled = nullptr);
         ContentsScope(const ContentsScope&) = delete;
         ContentsScope& operator=(const ContentsScope&) = delete;
         ~ContentsScope();

@@ -251,8 +251,8 @@ CIndexFileRef CSearchEngine::getIndexFile(int number) const {
 // ---- Searching ----
 
 /// Takes over what another process has written since. [mutex held]
-void CSearchEngine::refresh(CIndexFile& file) {
-    const CIndexFile::ContentsScope contents(file, false);
+void CSearchEngine::refresh(CIndexFile& file, const std::atomic<bool>* cancelled) {
+    const CIndexFile::ContentsScope contents(file, false, cancelled);
     file.reloadIfChanged();
 }
 

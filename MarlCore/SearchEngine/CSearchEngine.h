@@ -115,7 +115,7 @@ private:
     static void makeIndexDirectory();
     bool isLoaded(const std::string& path) const;
     void load1IndexFile(const std::string& path);
-    static void refresh(CIndexFile& file);
+    static void refresh(CIndexFile& file, const std::atomic<bool>* cancelled = nullptr);
     static bool isSearched(CIndexFile& file);
     SearchKeyInfo categorized(const CIndexFile& file, const SearchKey& key, const KeyPostings& postings);
 

@@ -96,7 +96,7 @@ void CSearchEngine::startIndexing(const CIndexFileRef& file, IndexingState& stat
         state.cancelled, state.report);
     {
         const CIndexingMutexHelper mutex(*file);
-        refresh(*file);
+        refresh(*file, &state.cancelled);
         if (file->getState() == kIndexIsDamaged)
             throwFileError(EUCLEAN, "the index of '%s' is damaged", root);
         file->matchKeysToRecords();
@@ -253,7 +253,7 @@ void CSearchEngine::store(IndexingState& state) {
 void CSearchEngine::storeOnTheWay(IndexingState& state) {
     CIndexFile& file = *state.file;
     const CIndexingMutexHelper mutex(file);
-    const CIndexFile::ContentsScope contents(file, true);
+    const CIndexFile::ContentsScope contents(file, true, &state.cancelled);
     const std::int32_t stateOfPass = file.getState();
     file.setState(kIndexIsIncomplete);
     store(state);
@@ -266,7 +266,7 @@ void CSearchEngine::finishIndexing(IndexingState& state) {
     state.status.isFinished = true;
     try {
         const CIndexingMutexHelper mutex(file);
-        const CIndexFile::ContentsScope contents(file, true);
+        const CIndexFile::ContentsScope contents(file, true, &state.cancelled);
         file.setState(state.completed ? kIndexIsComplete : kIndexIsIncomplete);
         store(state);
         if (state.stateOnDisk != file.getState()) file.writeHeader();  // a flush alone does not write it

@@ -108,6 +108,21 @@ TEST_F(IndexProcess, EndsByTheSignalThatStopsItAndKeepsWhatItHas) {
     }
 }
 
+TEST_F(IndexProcess, EndsByTheSignalEvenWhileSomebodyHoldsTheIndex) {
+    const Names all = addLoops(kManyFiles, "Xa");
+    {
+        const marl::CSearchEngineRef engine = SearchLibrary::newEngine();
+        const marl::CIndexFileRef file = engine->createIndexFile(m_library.root());
+        const marl::CIndexFile::ContentsScope reading(*file, false);
+        RunningMarl marl(command("index", {m_library.root()}));
+        EXPECT_TRUE(comesTrue([&] { return file->isBeingUpdated(); }));
+        marl.sendSignal(SIGTERM);
+        EXPECT_EQ(marl.await().signal, SIGTERM);
+    }
+    EXPECT_EQ(index().status, 0);
+    EXPECT_EQ(found({"xa"}), all);
+}
+
 TEST_F(IndexProcess, OneOfManyAtOnceDoesTheWork) {
     const Names all = addLoops(300, "Xa");
     for (const bool rebuild : {false, true}) {

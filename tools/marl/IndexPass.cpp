@@ -57,9 +57,10 @@ void requireIndexable(const std::string& root) {
     if (!folder) throw std::system_error(errno, std::generic_category());
 }
 
-bool isBusy(const std::exception& exception) noexcept {
+/// Whether the library threw it for the system's error `code`.
+bool isFailure(const std::exception& exception, int code) noexcept {
     const auto* const failure = dynamic_cast<const CException*>(&exception);
-    return failure && failure->getCode() == EBUSY;
+    return failure && failure->getCode() == code;
 }
 
 /// Reasons that name their file once more lose the name.
@@ -163,9 +164,13 @@ void IndexPasses::printRow(const SearchIndexingStatus& status, double seconds) {
 }
 
 PassEnd IndexPasses::reportFailure(const std::exception& exception) {
-    if (isBusy(exception)) {
+    if (isFailure(exception, EBUSY)) {
         tell(m_root, "another process is indexing it");
         return PassEnd::kBusy;
+    }
+    if (isFailure(exception, ECANCELED)) {
+        tell(m_root, "stopped; another process holds its index, so that not all that was done could be kept");
+        return PassEnd::kStopped;
     }
     tell(m_root, messageOf(exception, "cannot be indexed"));
     return PassEnd::kFailed;

@@ -24,6 +24,8 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::time_t>:
                   std::atomic<std::atomic<bool>*>::is_always_lock_free,
               "a signal handler uses them");
 
+constexpr unsigned kPatience = 2;  // seconds
+
 std::time_t secondsNow() noexcept {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
@@ -35,6 +37,7 @@ extern "C" void noteStop(int signal) {
     int none = 0;
     if (g_received.compare_exchange_strong(none, signal)) {
         g_receivedAt = secondsNow();
+        ::alarm(kPatience);
     } else if (secondsNow() - g_receivedAt > 1) {  // one wish may come twice: by the terminal and a parent
         ::signal(signal, SIG_DFL);
         ::raise(signal);
@@ -43,6 +46,11 @@ extern "C" void noteStop(int signal) {
     const std::uint64_t one = 1;
     if (::write(g_descriptor, &one, sizeof one) < 0) errno = errnoBefore;  // it can be read from already
     errno = errnoBefore;
+}
+
+/// A wait that begins just after this came is interrupted by the next one.
+extern "C" void interruptWaits(int) {
+    ::alarm(1);
 }
 
 int newEventDescriptor() {
@@ -58,6 +66,8 @@ StopSignals::StopSignals() : m_descriptor(newEventDescriptor()) {
     g_receivedAt = std::numeric_limits<std::time_t>::max();
     g_descriptor = m_descriptor;
     struct sigaction action {};
+    action.sa_handler = interruptWaits;
+    ::sigaction(SIGALRM, &action, &m_alarmBefore);
     action.sa_handler = noteStop;
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
@@ -67,6 +77,8 @@ StopSignals::StopSignals() : m_descriptor(newEventDescriptor()) {
 }
 
 StopSignals::~StopSignals() {
+    ::alarm(0);
+    ::sigaction(SIGALRM, &m_alarmBefore, nullptr);
     for (std::size_t i = 0; i < kSignals.size(); ++i) ::sigaction(kSignals[i], &m_actionsBefore[i], nullptr);
     g_descriptor = -1;
     ::close(m_descriptor);

@@ -10,8 +10,9 @@
 namespace marl::tool {
 
 /// Takes the signal of a closing terminal, an impatient user or a `kill` as a wish to stop, for as long as it
-/// lives. Signals that the program ignores stay ignored. One that comes a second or more after the first ends
-/// the program at once, whatever it waits for. There is one at a time. [main thread]
+/// lives. Signals that the program ignores stay ignored. Two seconds after the first signal system calls that
+/// wait begin to be interrupted (EINTR), so that no wait for others goes on for ever; another one that comes
+/// a second or more after the first ends the program at once. There is one at a time. [main thread]
 class StopSignals {
 public:
     /// Throws `std::system_error` when the system has no descriptors left.
@@ -40,6 +41,7 @@ private:
 
     int m_descriptor;
     std::array<struct sigaction, kSignals.size()> m_actionsBefore{};
+    struct sigaction m_alarmBefore {};
 };
 
 /// The exit status of a shell's child that a signal has ended, and of the commands that one has stopped.
