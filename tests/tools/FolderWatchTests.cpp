@@ -103,16 +103,6 @@ TEST(FolderWatch, TellsWhichOfItsTreesHasChanged) {
     EXPECT_EQ(nextChange(watch), Roots{two.path()});
 }
 
-TEST(FolderWatch, EndsItsWaitWhenAsked) {
-    const TemporaryFolder folder;
-    FolderWatch watch({folder.path()}, "", {});
-    std::array<int, 2> ends;
-    ASSERT_EQ(::pipe(ends.data()), 0);
-    ::close(ends[1]);  // the other end can be "read" from now on
-    EXPECT_EQ(watch.wait(ends[0]), Roots{});
-    ::close(ends[0]);
-}
-
 TEST(FolderWatch, DoesNotWaitForATreeThatNeverRests) {
     const TemporaryFolder folder;
     const FolderWatch::Timing restless{FolderWatch::Duration(3600 * 1000), FolderWatch::Duration(1), {}};

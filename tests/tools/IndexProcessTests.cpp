@@ -87,40 +87,32 @@ constexpr int kManyFiles = 1500;
 
 TEST_F(IndexProcess, EndsByTheSignalThatStopsItAndKeepsWhatItHas) {
     const Names all = addLoops(kManyFiles, "Xa");
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const struct {
+        int signal;
+        bool isHeld;  // by a reader, to the end
+    } kRows[] = {{SIGINT, false}, {SIGTERM, false}, {SIGHUP, false}, {SIGTERM, true}};
+    for (const auto& row : kRows) {
         const marl::CSearchEngineRef engine = SearchLibrary::newEngine();
         const marl::CIndexFileRef file = engine->createIndexFile(m_library.root());
         // It waits with what it would store for as long as this test reads.
         std::optional<marl::CIndexFile::ContentsScope> reading(std::in_place, *file, false);
         RunningMarl marl(command("index", {m_library.root()}));
         EXPECT_TRUE(comesTrue([&] { return file->isBeingUpdated(); }));
-        marl.sendSignal(signal);
-        reading.reset();
+        marl.sendSignal(row.signal);
+        if (!row.isHeld) reading.reset();
         const Outcome outcome = marl.await();
-        EXPECT_EQ(outcome.signal, signal);
-        EXPECT_EQ(outcome.err, "marl: " + m_library.root() + ": stopped; what was done is kept\n");
-        EXPECT_LT(records(), kManyFiles);
-        EXPECT_EQ(found().size(), static_cast<std::size_t>(records()));
+        reading.reset();
+        EXPECT_EQ(outcome.signal, row.signal);
+        EXPECT_TRUE(outcome.err.starts_with("marl: " + m_library.root() + ": stopped; ")) << outcome.err;
+        if (!row.isHeld) {
+            EXPECT_LT(records(), kManyFiles);
+            EXPECT_EQ(found().size(), static_cast<std::size_t>(records()));
+        }
         EXPECT_EQ(index().status, 0);
         EXPECT_EQ(found({"xa"}), all);
         EXPECT_EQ(records(), kManyFiles);
         EXPECT_EQ(runMarl(command("index", {"--remove", m_library.root()})).status, 0);
     }
-}
-
-TEST_F(IndexProcess, EndsByTheSignalEvenWhileSomebodyHoldsTheIndex) {
-    const Names all = addLoops(kManyFiles, "Xa");
-    {
-        const marl::CSearchEngineRef engine = SearchLibrary::newEngine();
-        const marl::CIndexFileRef file = engine->createIndexFile(m_library.root());
-        const marl::CIndexFile::ContentsScope reading(*file, false);
-        RunningMarl marl(command("index", {m_library.root()}));
-        EXPECT_TRUE(comesTrue([&] { return file->isBeingUpdated(); }));
-        marl.sendSignal(SIGTERM);
-        EXPECT_EQ(marl.await().signal, SIGTERM);
-    }
-    EXPECT_EQ(index().status, 0);
-    EXPECT_EQ(found({"xa"}), all);
 }
 
 TEST_F(IndexProcess, OneOfManyAtOnceDoesTheWork) {

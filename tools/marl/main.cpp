@@ -139,9 +139,9 @@ void requireAlone(const CLI::Option& option, std::initializer_list<const CLI::Op
 void addIndex(CLI::App& app, IndexArguments& arguments, Command& command) {
     CLI::App* const index = app.add_subcommand("index", "Make the loops of folders searchable");
     index->footer(
-        "Run again, it reads the files that have changed since. Times of files are compared in whole "
-        "seconds:\n"
-        "those written in the second before they were read, or in it, count as updated once more.");
+        "Run again, it reads the files that have changed since. Times are compared in\n"
+        "whole seconds: files that were written within the second before they were\n"
+        "read count as updated once more.");
     addIndexDirectory(index, arguments.options.indexDirectory);
     CLI::Option* const rebuild =
         index->add_flag("--rebuild", arguments.options.rebuild, "Make the indexes anew");
