@@ -15,9 +15,8 @@ namespace marl::tool {
 
 /// The words of a search as a musician means them. A word is the first of these:
 /// - a key that loops have: itself;
-/// - a word of the keyword dictionary: those of its keywords that loops have ("hihat" is Hi-Hat, "bass" is
-/// Bass
-///   Guitar or Synth Bass);
+/// - a word of the keyword dictionary: those of its keywords that loops have, as "bass" is Bass Guitar or
+///   Synth Bass;
 /// - a number from 20 to 400: a tempo in beats a minute, from which loops may be half a beat off.
 /// No loop has any other word.
 class SearchQuery {
