@@ -47,7 +47,13 @@ list(APPEND marl_sources
   Files/parsing/CWAVFileParser.cpp
   Files/parsing/IFileParser.cpp
   Files/parsing/LoopMetadata.cpp
+  Files/streaming/CBufferPoolEntry.cpp
+  Files/streaming/CDiskFileData.cpp
+  Files/streaming/CDiskFileDataLoading.cpp
+  Files/streaming/CDiskFileDataPool.cpp
+  Files/streaming/CPartialFileData.cpp
   Files/streaming/CSharedOffline.cpp
+  Files/streaming/SliceResampler.cpp
   Files/writing/CAIFWriter.cpp
   Files/writing/CSampleFileWriter.cpp
   Files/writing/CWAVWriter.cpp

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <vector>
 
 namespace marl {
@@ -32,25 +31,6 @@ AudioStreamBasicDescription intermediateFormat(AudioStreamBasicDescription forma
     return format;
 }
 
-void requireCountable(long long frames, const AudioStreamBasicDescription& format) {
-    const long long limit = std::numeric_limits<int>::max();
-    if (frames > limit / static_cast<long long>(format.mChannelsPerFrame))
-        throw CParamException(kParameterError,
-                              "too many samples to hold in memory (%lld frames of %u channels)", frames,
-                              format.mChannelsPerFrame);
-}
-
-void requireRange(int frames, long long dataOffset, const AudioStreamBasicDescription& format) {
-    if (frames < 0)
-        throw CParamException(kParameterError, "frame count must not be negative (got %d)", frames);
-    // Far beyond any file, and near enough that the sum with a count of bytes is a number.
-    constexpr long long kFurthest = std::numeric_limits<long long>::max() / 2;
-    if (dataOffset < 0 || dataOffset > kFurthest)
-        throw CParamException(kParameterError, "data offset must be a place in a file (got %lld)",
-                              dataOffset);
-    requireCountable(frames, format);
-}
-
 }  // namespace
 
 bool CMemoryFileData::Conversion::isSameAs(const Conversion& other) const noexcept {
@@ -65,7 +45,7 @@ void CMemoryFileData::setSampleConversion(AudioStreamBasicDescription fileFormat
     if (m_conversion.isSameAs(conversion)) return;
     requireUsableFormat(fileFormat);
     requireUsableFormat(outputFormat);
-    requireRange(frames, dataOffset, outputFormat);
+    requireSampleRange(frames, dataOffset, outputFormat);
     const CBufferRef samples = convertBuffer(readSampleBuffer(conversion), conversion);
     conversion.convertedFrames =
         static_cast<int>(static_cast<long long>(samples->getSize()) / bytesPerFrame(outputFormat));
@@ -106,7 +86,7 @@ CBufferRef CMemoryFileData::convertBuffer(const CBufferRef& samples, const Conve
     const auto to = intermediateFormat(conversion.outputFormat, conversion.outputFormat);
     if (from.mSampleRate != to.mSampleRate) {
         const int frames = convertedFrameCount(conversion.fileFrames, from.mSampleRate, to.mSampleRate);
-        requireCountable(frames, to);
+        requireSampleRange(frames, conversion.dataOffset, to);
         // A converter of many channels and a high ratio takes megabytes, which is not worth it for nothing.
         if (frames == 0) return CBufferRef(new CBuffer(0, false));
     }

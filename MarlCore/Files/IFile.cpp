@@ -6,6 +6,7 @@
 #include <MarlCore/Files/browsing/NodeTypes.h>
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
 #include <MarlCore/Files/parsing/CWAVFileParser.h>
+#include <MarlCore/Files/streaming/CDiskFileData.h>
 #include <MarlCore/Files/streaming/CSharedOffline.h>
 
 #include <memory>
@@ -62,6 +63,14 @@ bool IFile::isDiskFileDataNeeded() {
     m_fileParser->parse(IFileParser::kBasicTaggingInfo + IFileParser::kFormatInfo +
                         IFileParser::kSampleOffset);
     return m_fileParser->getFileType() == tagging::kFileTypeOneShot;
+}
+
+void IFile::useDiskFileData(const CURLRef& url, bool create) {
+    const IFileDataRef fileData(new CDiskFileData(url, create, m_dataIsBigEndian));
+    // The parser tells a data strategy once, when it reads the format.
+    if (m_fileData) fileData->setSamplesAreSigned(m_fileData->samplesAreSigned());
+    setFileDataRef(fileData);
+    if (m_fileParser) m_fileParser->setFileDataRef(fileData);
 }
 
 CAIFFile::CAIFFile(const CURLRef&, bool, bool dataIsBigEndian) : CSoundFile(dataIsBigEndian) {}

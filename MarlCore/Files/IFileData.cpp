@@ -44,6 +44,8 @@ SampleKernel sizeKernel(int from, int to, bool reversed, bool samplesAreSigned) 
     if (from < 1 || from > kWidest || to < 1 || to > kWidest) return nullptr;
     const SampleKernels& kernels = conversion::sampleKernels();
     switch (from * 10 + to) {  // both have one digit
+        case 11:
+            return copySamples<1>;
         case 12:
             return samplesAreSigned ? kernels.signed8To16 : kernels.unsigned8To16;
         case 14:
@@ -65,9 +67,17 @@ SampleKernel sizeKernel(int from, int to, bool reversed, bool samplesAreSigned) 
     }
 }
 
+/// Of 8-bit samples, which few ask for: no kernel of its own.
+void duplicateBytes(const void* source, void* destination, std::size_t samples) noexcept {
+    const auto* const from = static_cast<const std::byte*>(source);
+    auto* const to = static_cast<std::byte*>(destination);
+    for (std::size_t i = 0; i < samples; ++i) to[2 * i] = to[2 * i + 1] = from[i];
+}
+
 SampleKernel duplicateKernel(int bytesPerSample) noexcept {
     const SampleKernels& kernels = conversion::sampleKernels();
-    return bytesPerSample == 2   ? kernels.duplicate16
+    return bytesPerSample == 1   ? duplicateBytes
+           : bytesPerSample == 2 ? kernels.duplicate16
            : bytesPerSample == 3 ? kernels.duplicate24
                                  : kernels.duplicate32;
 }
@@ -214,15 +224,31 @@ CBufferRef IFileData::convertWithNewBuffer(const CBufferRef& source, int count, 
 }
 
 IFileData::SampleConversion IFileData::sampleConversion(const AudioStreamBasicDescription& from,
-                                                        const AudioStreamBasicDescription& to) const {
+                                                        const AudioStreamBasicDescription& to,
+                                                        bool bytesToBytes) {
     const SampleConversion conversion{static_cast<int>(from.mBitsPerChannel / 8),
                                       static_cast<int>(to.mBitsPerChannel / 8),
                                       from.mChannelsPerFrame != to.mChannelsPerFrame};
-    if (!sizeKernel(conversion.fromBytes, conversion.toBytes, false, true))
+    const bool supported = conversion.toBytes > 1 || bytesToBytes;
+    if (!supported || !sizeKernel(conversion.fromBytes, conversion.toBytes, false, true))
         throw CParamException(kParameterError, "this is not a supported conversion (%d to %d)",
                               conversion.fromBytes, conversion.toBytes);
     requireChannels(static_cast<int>(from.mChannelsPerFrame), static_cast<int>(to.mChannelsPerFrame), true);
     return conversion;
+}
+
+void IFileData::requireSampleRange(int frames, long long dataOffset,
+                                   const AudioStreamBasicDescription& format) {
+    if (frames < 0)
+        throw CParamException(kParameterError, "frame count must not be negative (got %d)", frames);
+    // Far beyond any file, and near enough that the sum with a count of bytes is a number.
+    constexpr long long kFurthest = std::numeric_limits<long long>::max() / 2;
+    if (dataOffset < 0 || dataOffset > kFurthest)
+        throw CParamException(kParameterError, "data offset must be a place in a file (got %lld)",
+                              dataOffset);
+    if (frames > std::numeric_limits<int>::max() / static_cast<long long>(format.mChannelsPerFrame))
+        throw CParamException(kParameterError, "too many samples to count (%d frames of %u channels)", frames,
+                              format.mChannelsPerFrame);
 }
 
 void IFileData::convertSamples(const SampleConversion& conversion, std::span<const std::byte> source,

@@ -75,6 +75,7 @@ public:
 
     /// Whether 8-bit samples are signed (AIFF) or offset by 128 (WAV). Only 8 to 16 bits asks.
     void setSamplesAreSigned(bool samplesAreSigned) noexcept { m_samplesAreSigned = samplesAreSigned; }
+    bool samplesAreSigned() const noexcept { return m_samplesAreSigned; }
 
     /// True when both agree in rate, format ID, flags, bytes a frame, channels and bits.
     static bool AudioDescriptionsAreEquivalent(const AudioStreamBasicDescription& a,
@@ -135,9 +136,16 @@ protected:
     bool dataIsBigEndian() const noexcept { return m_dataIsBigEndian; }
 
     /// The conversion that the converter of this pair of widths does, with mono to stereo for every pair.
-    /// Throws "this is not a supported conversion (%d to %d)" and "Unsupported channel conversion. …".
-    SampleConversion sampleConversion(const AudioStreamBasicDescription& from,
-                                      const AudioStreamBasicDescription& to) const;
+    /// `bytesToBytes`: 8 bits may stay 8 bits, as they are. Throws "this is not a supported conversion (%d to
+    /// %d)" and "Unsupported channel conversion. …".
+    static SampleConversion sampleConversion(const AudioStreamBasicDescription& from,
+                                             const AudioStreamBasicDescription& to,
+                                             bool bytesToBytes = false);
+
+    /// Throws `CParamException` for a count or offset that is negative or beyond any file, and for more
+    /// samples of `format` than an int counts.
+    static void requireSampleRange(int frames, long long dataOffset,
+                                   const AudioStreamBasicDescription& format);
 
     /// Converts the whole samples of `source`, as they lie in the file, to `destination`, which has room for
     /// all of them (twice as many when doubled). Leaves `source` as it is.

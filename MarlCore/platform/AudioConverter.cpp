@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 
 namespace platform {
 namespace {
@@ -12,19 +11,6 @@ namespace {
 // however many channels there are.
 constexpr std::int64_t kBlockFrames = 2048;   // of input and of output
 constexpr std::int64_t kBlockSamples = 4096;  // of all channels together
-
-std::optional<SampleType> sampleTypeOf(const AudioStreamBasicDescription& format) {
-    switch (format.mBitsPerChannel) {
-        case 16:
-            return SampleType::int16;
-        case 24:
-            return SampleType::int24;
-        case 32:
-            return SampleType::float32;
-        default:
-            return std::nullopt;
-    }
-}
 
 bool haveSameFrames(const AudioStreamBasicDescription& from, const AudioStreamBasicDescription& to) {
     return from.mChannelsPerFrame == to.mChannelsPerFrame && from.mBitsPerChannel == to.mBitsPerChannel &&
@@ -47,7 +33,7 @@ std::int64_t chooseBlockFrames(const PolyphaseFilter& filter, std::size_t channe
 
 std::unique_ptr<AudioConverter> AudioConverter::create(const AudioStreamBasicDescription& from,
                                                        const AudioStreamBasicDescription& to) {
-    const auto type = sampleTypeOf(from);
+    const auto type = sampleTypeOf(from.mBitsPerChannel);
     const auto ratio = RateRatio::fromRates(from.mSampleRate, to.mSampleRate);
     const std::uint32_t channels = from.mChannelsPerFrame;
     if (!type || !ratio || !haveSameFrames(from, to)) return nullptr;

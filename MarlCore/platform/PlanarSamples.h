@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace platform {
@@ -18,6 +19,20 @@ enum class SampleType : std::uint8_t {
 
 constexpr std::size_t bytesPerSample(SampleType type) noexcept {
     return static_cast<std::size_t>(type);
+}
+
+/// What samples of that width are; nothing for a width that is not converted.
+constexpr std::optional<SampleType> sampleTypeOf(std::uint32_t bitsPerChannel) noexcept {
+    switch (bitsPerChannel) {
+        case 16:
+            return SampleType::int16;
+        case 24:
+            return SampleType::int24;
+        case 32:
+            return SampleType::float32;
+        default:
+            return std::nullopt;
+    }
 }
 
 /// Writes the frames in `bytes`, which are whole ones, to `planes[c] + offset` of each channel c. Integers
