@@ -13,6 +13,7 @@ namespace {
 std::atomic<std::ptrdiff_t> liveBytes{0};
 std::atomic<std::ptrdiff_t> mostLive{0};
 std::atomic<std::size_t> largest{0};
+std::atomic<std::size_t> calls{0};
 
 template <typename Number>
 void raiseTo(std::atomic<Number>& maximum, Number value) noexcept {
@@ -23,6 +24,7 @@ void raiseTo(std::atomic<Number>& maximum, Number value) noexcept {
 
 /// Counts a new block by what it really takes, which free finds again.
 void* counted(void* block) noexcept {
+    ++calls;
     if (!block) return nullptr;
     const std::size_t size = ::malloc_usable_size(block);
     const auto bytes = static_cast<std::ptrdiff_t>(size);
@@ -32,6 +34,7 @@ void* counted(void* block) noexcept {
 }
 
 void discount(void* block) noexcept {
+    ++calls;
     liveBytes.fetch_sub(static_cast<std::ptrdiff_t>(::malloc_usable_size(block)));
 }
 
@@ -52,13 +55,17 @@ std::size_t roundedUp(std::size_t size, std::size_t multiple) noexcept {
 
 namespace support {
 
-AllocationMeter::AllocationMeter() noexcept : m_liveBefore(liveBytes) {
+AllocationMeter::AllocationMeter() noexcept : m_liveBefore(liveBytes), m_callsBefore(::calls) {
     mostLive = m_liveBefore;
     largest = 0;
 }
 
 std::size_t AllocationMeter::mostLiveBytes() const noexcept {
     return static_cast<std::size_t>(std::max<std::ptrdiff_t>(mostLive - m_liveBefore, 0));
+}
+
+std::size_t AllocationMeter::calls() const noexcept {
+    return ::calls - m_callsBefore;
 }
 
 std::size_t AllocationMeter::largestBlock() const noexcept {

@@ -18,11 +18,14 @@ public:
 
     /// The most bytes that were held at once, beyond those that were held when the meter was made.
     std::size_t mostLiveBytes() const noexcept;
+    /// How many blocks were asked for, moved and given back.
+    std::size_t calls() const noexcept;
     /// Bytes of the largest single block.
     std::size_t largestBlock() const noexcept;
 
 private:
     std::ptrdiff_t m_liveBefore;
+    std::size_t m_callsBefore;
 };
 
 }  // namespace support
