@@ -199,6 +199,25 @@ TEST(Convert, TakesFilesOfFewSamples) {
     }
 }
 
+TEST(Convert, GivesTheSameSamplesStreamed) {
+    const TemporaryFolder folder;
+    for (const Source& source : allSources()) {
+        const std::string input = source.write(folder, valuesOfWidth(source.bits));
+        for (const std::string format : {"s16", "s24", "f32"}) {
+            for (const double rate : {0.0, 44100.0, 48000.0, 22050.0}) {
+                ConvertOptions options{format, rate, 2, input, "-"};
+                const std::string whole = convert(options).out;
+                options.streamed = true;
+                const std::string streamed = convert(options).out;
+                SCOPED_TRACE(source.name() + " to " + format + " at " + std::to_string(rate));
+                EXPECT_TRUE(streamed == whole.substr(0, streamed.size()));
+                // At another rate the last frame may be half one that is not streamed.
+                EXPECT_LE(whole.size() - streamed.size(), rate > 0 && rate != 44100 ? 8U : 0U);
+            }
+        }
+    }
+}
+
 // Metadata.
 
 constexpr double kRate = 44100;

@@ -89,6 +89,7 @@ void convert(OutputType type, const ConvertOptions& options, std::ostream& out, 
     const LoopFile loop = openLoopFile(options.input);
     const Target target = targetFor(type, options, loop);
     requireRoom(target, loop);
+    if (options.streamed) loop.file->useDiskFileData(urlOfPath(options.input), false);
     SampleStream stream(loop, target.bits, target.sampleRate, target.channels);
     reportLosses(target, options, loop, err);
     describeOutput(target, loop);

@@ -14,6 +14,7 @@ struct ConvertOptions {
     int channels = 0;         ///< 0: the input's
     std::string input = {};
     std::string output = {};  ///< a path, or "-" for raw samples to `out`
+    bool streamed = false;    ///< through the buffer pool instead of memory; may end a frame earlier
 };
 
 /// Converts the whole file. An AIFF or WAV output carries the loop metadata over, slice points at the new

@@ -86,6 +86,8 @@ void addConvert(CLI::App& app, marl::tool::ConvertOptions& options, Command& com
     convert->add_option("--channels", options.channels, "1 or 2, mono becomes stereo; default: as IN")
         ->type_name("N")
         ->check(CLI::Range(1, 2).description(""));
+    convert->add_flag("--streamed", options.streamed,
+                      "Stream IN from disk instead of holding it in memory;\nthe same samples");
     convert->add_option("IN", options.input, "AIFF or WAV file")->type_name("")->required();
     convert
         ->add_option("OUT", options.output,
