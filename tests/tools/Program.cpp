@@ -66,7 +66,8 @@ private:
 
 /// Only async-signal-safe calls: this is the child of a process that may have had threads.
 [[noreturn]] void becomeMarl(char* const* arguments, const Surroundings& surroundings, int out, int err) {
-    const int in = ::open("/dev/null", O_RDONLY);
+    const int in =
+        surroundings.standardInput >= 0 ? surroundings.standardInput : ::open("/dev/null", O_RDONLY);
     ::signal(SIGPIPE, surroundings.ignoresBrokenPipes ? SIG_IGN : SIG_DFL);
     if (surroundings.mostFileBytes) {
         const rlimit limit{*surroundings.mostFileBytes, *surroundings.mostFileBytes};

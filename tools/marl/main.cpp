@@ -8,6 +8,7 @@
 #include "marl/Info.h"
 #include "marl/Keywords.h"
 #include "marl/Output.h"
+#include "marl/Record.h"
 #include "marl/Search.h"
 #include "marl/StopSignals.h"
 #include "marl/TerminalText.h"
@@ -40,8 +41,13 @@ constexpr char kExamples[] =
     "  marl convert beat.aif beat.wav  beats, root note and slices come along\n"
     "  marl convert --rate 48000 --format s24 beat.wav beat-48k.aif\n"
     "  marl index Loops                make them searchable\n"
+<<<<<<< HEAD
     "  marl search bass Dark           dark basses\n"
     "  marl search drums 120           drum loops of 120 beats a minute\n"
+=======
+    "  marl search Bass Dark           loops with both keys\n"
+    "  arecord -t raw -f FLOAT_LE -r 48000 -c 2 | marl record --rate 48000 --channels 2 take.aif\n"
+>>>>>>> 2b82b68 (marl: Record samples from a pipe into an AIFF file)
     "\n"
     "'marl COMMAND --help' has the options of a command.";
 
@@ -97,6 +103,44 @@ void addConvert(CLI::App& app, marl::tool::ConvertOptions& options, Command& com
         ->type_name("")
         ->required();
     convert->callback([&] { command = [&] { return convertUnlessToTerminal(options); }; });
+}
+
+int recordUnlessFromTerminal(const marl::tool::RecordOptions& options) {
+    if (::isatty(STDIN_FILENO)) {
+        marl::tool::reportError(std::cerr, "standard input",
+                                "is a terminal: lead 32-bit float samples into it");
+        return kWrongUsage;
+    }
+    return marl::tool::runRecord(options, STDIN_FILENO, std::cout, std::cerr);
+}
+
+void addRecord(CLI::App& app, marl::tool::RecordOptions& options, Command& command) {
+    CLI::App* const record =
+        app.add_subcommand("record", "Record samples from standard input into a new file");
+    record->footer(
+        "Standard input: interleaved 32-bit floats in this machine's byte order, until it\n"
+        "ends or Ctrl-C. What is beyond full scale is clipped. A take that is cut off plays\n"
+        "up to its last second.");
+    record->add_option("--format", options.format, "s16 or s24 (integers of 16 or 24 bits); default: s24")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"s16", "s24"}).description(""));
+    record->add_option("--rate", options.sampleRate, "Sample rate in Hz")
+        ->type_name("HZ")
+        ->check(wrongWithRate)
+        ->required();
+    record->add_option("--channels", options.channels, "1 to 32767")
+        ->type_name("N")
+        ->check(CLI::Range(1, 32767).description(""))
+        ->required();
+    record->add_flag("--real-time", options.isRealTime,
+                     "Never let the source wait: drop blocks while the disk is too slow");
+    record->add_flag("--deferred", options.isDeferred,
+                     "Keep the take in memory and write it at the end; a program that is\n"
+                     "killed loses all of it");
+    record->add_option("OUT", options.output, "File to write, replaced when it exists: .aif or .aiff")
+        ->type_name("")
+        ->required();
+    record->callback([&] { command = [&] { return recordUnlessFromTerminal(options); }; });
 }
 
 void addBrowse(CLI::App& app, marl::tool::BrowseOptions& options, Command& command) {
@@ -264,12 +308,14 @@ int run(int argc, char** argv) {
     Command command;
     marl::tool::InfoOptions info;
     marl::tool::ConvertOptions convert;
+    marl::tool::RecordOptions record;
     marl::tool::BrowseOptions browse;
     IndexArguments index;
     marl::tool::SearchOptions search;
     marl::tool::KeywordsOptions keywords;
     addInfo(app, info, command);
     addConvert(app, convert, command);
+    addRecord(app, record, command);
     addBrowse(app, browse, command);
     addIndex(app, index, command);
     addSearch(app, search, command);
