@@ -94,3 +94,28 @@ TEST(IFile, StandsInForAMissingFile) {
     EXPECT_TRUE(data.atEOF());
     EXPECT_EQ(data.getFileModificationDate(), 0);
 }
+
+TEST(IFile, StandsInWithAFileThatCannotBeMoved) {
+    const IFileRef file = marl::CSharedOffline::getOfflineIFile();
+    marl::IFileData& data = *file->getFileDataRef();
+    const auto format = platform::makeHostFormat(44100, 2, 16);
+    data.setSampleConversion(format, 1000, 54, format);
+    EXPECT_FALSE(data.getSampleConversion(nullptr, nullptr, nullptr, nullptr));
+    char byte = 'x';
+    EXPECT_EQ(data.readBytes(1, &byte), 0);
+    EXPECT_EQ(byte, 'x');
+    EXPECT_EQ(data.read4Char(), "");
+    EXPECT_EQ(data.readUInt32(), 0u);
+    EXPECT_EQ(data.advance(10), 0);
+    EXPECT_EQ(data.seek(100, false), 0);
+    data.rewindToStart();
+    EXPECT_EQ(data.currentMark(), 0);
+    EXPECT_EQ(data.getFileLength(), 0);
+
+    marl::IFileParser& parser = *file->getFileParserRef();
+    parser.parse(marl::IFileParser::kParseAll);
+    parser.preparse();
+    EXPECT_FALSE(parser.hasMidiChunk());
+    EXPECT_EQ(parser.getNumberOfBeats(), 0);
+    EXPECT_NE(file->makeFileParser(), file->getFileParserRef()) << "a new one, on the same data";
+}
