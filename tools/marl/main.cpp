@@ -41,13 +41,9 @@ constexpr char kExamples[] =
     "  marl convert beat.aif beat.wav  beats, root note and slices come along\n"
     "  marl convert --rate 48000 --format s24 beat.wav beat-48k.aif\n"
     "  marl index Loops                make them searchable\n"
-<<<<<<< HEAD
     "  marl search bass Dark           dark basses\n"
     "  marl search drums 120           drum loops of 120 beats a minute\n"
-=======
-    "  marl search Bass Dark           loops with both keys\n"
     "  arecord -t raw -f FLOAT_LE -r 48000 -c 2 | marl record --rate 48000 --channels 2 take.aif\n"
->>>>>>> 2b82b68 (marl: Record samples from a pipe into an AIFF file)
     "\n"
     "'marl COMMAND --help' has the options of a command.";
 
