@@ -51,15 +51,14 @@ list(APPEND marl_sources
   Files/streaming/CDiskFileData.cpp
   Files/streaming/CDiskFileDataLoading.cpp
   Files/streaming/CDiskFileDataPool.cpp
-  Files/streaming/CPartialFileData.cpp
-  Files/streaming/CSharedOffline.cpp
-  Files/streaming/SliceResampler.cpp
   Files/streaming/CIOBuffer.cpp
   Files/streaming/CIOBufferThread.cpp
   Files/streaming/CIORequestThread.cpp
   Files/streaming/CIOWriteBuffer.cpp
   Files/streaming/CIOWriteThread.cpp
+  Files/streaming/CPartialFileData.cpp
   Files/streaming/CSharedOffline.cpp
+  Files/streaming/SliceResampler.cpp
   Files/streaming/WrappedIntegersImpl.cpp
   Files/writing/CAIFWriter.cpp
   Files/writing/CSampleFileWriter.cpp
