@@ -20,6 +20,7 @@ list(APPEND marl_sources
   platform/SimdLevel.cpp
   platform/URL.cpp
   platform/UTF8.cpp
+  platform/WholeFileImpl.cpp
   platform/XMLScanner.cpp
   # foundation
   foundation/CBuffer.cpp
