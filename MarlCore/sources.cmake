@@ -7,6 +7,7 @@ list(APPEND marl_sources
   platform/Bundle.cpp
   platform/Exception.cpp
   platform/LowPassKernel.cpp
+  platform/NotificationCenter.cpp
   platform/PlanarSamples.cpp
   platform/PolyphaseFilter.cpp
   platform/PolyphaseKernels.cpp
