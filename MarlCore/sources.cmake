@@ -18,7 +18,9 @@ list(APPEND marl_sources
   platform/PropertyListText.cpp
   platform/PropertyListWriter.cpp
   platform/RateRatio.cpp
+  platform/RunLoop.cpp
   platform/SimdLevel.cpp
+  platform/Timer.cpp
   platform/URL.cpp
   platform/UTF8.cpp
   platform/WholeFileImpl.cpp

@@ -53,7 +53,7 @@ const std::set<std::string> kStandardHeaders = words(
 
 /// One processor's or Linux's own: an implementation may use them, an interface not.
 const std::set<std::string> kHeadersOfImplementations =
-    words("arm_neon.h immintrin.h sys/file.h sys/inotify.h sys/xattr.h ");
+    words("arm_neon.h immintrin.h sys/file.h sys/inotify.h sys/timerfd.h sys/xattr.h ");
 
 const std::set<std::string> kDirectives =
     words("define elif else endif error if ifdef ifndef undef pragma include ");
