@@ -4,8 +4,11 @@ list(APPEND marl_sources
   platform/AbsoluteTime.cpp
   platform/AudioConverter.cpp
   platform/AudioStreamBasicDescription.cpp
+  platform/BitmapImageRep.cpp
   platform/Bundle.cpp
+  platform/Color.cpp
   platform/Exception.cpp
+  platform/KeyedArchiver.cpp
   platform/LowPassKernel.cpp
   platform/NotificationCenter.cpp
   platform/PlanarSamples.cpp
