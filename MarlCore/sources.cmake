@@ -26,6 +26,7 @@ list(APPEND marl_sources
   platform/Timer.cpp
   platform/URL.cpp
   platform/UTF8.cpp
+  platform/UserDefaults.cpp
   platform/WholeFileImpl.cpp
   platform/XMLScanner.cpp
   # foundation
