@@ -93,4 +93,8 @@ list(APPEND marl_sources
   SearchEngine/PackedRecordsImpl.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
+  # Common
+  Common/MarlColors.cpp
+  Common/MarlPreferences.cpp
+  Common/MarlTextAttributes.cpp
 )

@@ -10,7 +10,7 @@
 
 namespace platform {
 
-// Both throw `std::system_error` with the errno of what was refused. [any thread]
+// Reading and replacing throw `std::system_error` with the errno of what was refused. [any thread]
 
 /// What an error of theirs has to say to a user.
 std::string wordsFor(const std::system_error& error);
