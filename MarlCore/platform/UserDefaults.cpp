@@ -157,7 +157,7 @@ void UserDefaults::mergeIntoFile() {
     if (inFile != merged) {
         const std::string xml = PropertyList(merged).toXML();
         if (xml.size() > PropertyList::kLargestFile)  // would not be read again
-            throw std::system_error(EFBIG, std::generic_category());
+            throw std::system_error(EOVERFLOW, std::generic_category());
         replaceWholeFile(m_path, xml);
     }
     m_set = std::move(merged);

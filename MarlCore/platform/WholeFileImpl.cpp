@@ -95,7 +95,7 @@ std::string wordsFor(const std::system_error& error) {
     switch (error.code().value()) {
         case EINVAL:
             return "is no regular file";
-        case EFBIG:
+        case EOVERFLOW:
             return "too large for a property list";
         default:
             return error.code().message();
@@ -115,7 +115,7 @@ std::string readWholeFile(const std::string& path, std::size_t most) {
         if (count < 0) failWithErrno();
         if (count == 0) return contents;
         contents.append(block.data(), static_cast<std::size_t>(count));
-        if (contents.size() > most) throw std::system_error(EFBIG, std::generic_category());
+        if (contents.size() > most) throw std::system_error(EOVERFLOW, std::generic_category());
     }
 }
 

@@ -15,7 +15,7 @@ namespace platform {
 /// What an error of theirs has to say to a user.
 std::string wordsFor(const std::system_error& error);
 
-/// The contents of the file at `path`. More than `most` bytes are refused (EFBIG), and what is no regular
+/// The contents of the file at `path`. More than `most` bytes are refused (EOVERFLOW), and what is no regular
 /// file (EINVAL), without waiting for the writer of a pipe.
 std::string readWholeFile(const std::string& path, std::size_t most);
 

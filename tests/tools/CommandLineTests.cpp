@@ -50,7 +50,9 @@ TEST(CommandLine, HelpAndVersionAreResults) {
                  {{"browse", "--help"}, "--depth"},
                  {{"index", "--help"}, "--watch"},
                  {{"search", "--help"}, "--tolerance"},
-                 {{"keywords", "--help"}, "--index-dir"}};
+                 {{"keywords", "--help"}, "--index-dir"},
+                 {{"prefs", "--help"}, "reset"},
+                 {{"prefs", "set", "--help"}, "VALUE"}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(joined(row.arguments));
         const Outcome outcome = runMarl(row.arguments);
@@ -118,7 +120,11 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
                  {{"search", "--limit", "abc"}, "--limit: 'abc' is not a number of loops: 0 or more\n"},
                  {{"search", "Bass", ""}, "KEY: '' is no key\n"},
                  {{"index", "--remove", ""}, "--remove: '' is no folder\n"},
-                 {{"keywords", "Bass"}, "Bass"}};
+                 {{"keywords", "Bass"}, "Bass"},
+                 {{"prefs"}, "subcommand"},
+                 {{"prefs", "list", "Tempo"}, "Tempo"},
+                 {{"prefs", "set", "Default Tempo"}, "VALUE"},
+                 {{"prefs", "get", "Default Temp"}, "Default Tempo"}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(joined(row.arguments));
         const Outcome outcome = runMarl(row.arguments, {.folder = folder.path()});

@@ -39,6 +39,17 @@ std::optional<std::size_t> nearness(std::string_view text, std::string_view key)
     return isBeginning ? std::optional(3 * most) : std::nullopt;
 }
 
+using Candidate = std::tuple<std::size_t, int, std::string>;  // distance, files (negative), key
+
+std::vector<std::string> nearestOf(std::vector<Candidate> found) {
+    constexpr std::size_t kMost = 3;
+    std::ranges::sort(found);
+    std::vector<std::string> keys;
+    for (const Candidate& candidate : found)
+        if (keys.size() < kMost) keys.push_back(std::get<std::string>(candidate));
+    return keys;
+}
+
 }  // namespace
 
 std::size_t spellingDistance(std::string_view a, std::string_view b) {
@@ -60,17 +71,28 @@ std::size_t spellingDistance(std::string_view a, std::string_view b) {
 }
 
 std::vector<std::string> nearKeys(std::string_view text, std::span<const KeywordCount> known) {
-    constexpr std::size_t kMost = 3;
     const std::string_view bounded = text.substr(0, SearchKey::kSize);  // no key is longer
-    std::vector<std::tuple<std::size_t, int, std::string>> found;       // distance, files (negative), key
+    std::vector<Candidate> found;
     for (const KeywordCount& one : known)
         if (const auto distance = nearness(bounded, one.keyword.key.view()))
             found.emplace_back(*distance, -one.files, keywordText(one.keyword.key.view()));
-    std::ranges::sort(found);
-    std::vector<std::string> keys;
-    for (const auto& candidate : found)
-        if (keys.size() < kMost) keys.push_back(std::get<std::string>(candidate));
-    return keys;
+    return nearestOf(std::move(found));
+}
+
+std::vector<std::string> nearTexts(std::string_view text, std::span<const std::string> known) {
+    constexpr std::size_t kLongest = 256;  // bounds the work for text that is no key anyway
+    std::vector<Candidate> found;
+    for (const std::string& one : known)
+        if (const auto distance = nearness(text.substr(0, kLongest), one))
+            found.emplace_back(*distance, 0, one);
+    return nearestOf(std::move(found));
+}
+
+std::string didYouMean(std::span<const std::string> near, std::string_view otherwise) {
+    if (near.empty()) return std::string(otherwise);
+    std::string list;
+    for (const std::string& key : near) list += (list.empty() ? "'" : ", '") + key + "'";
+    return "; did you mean " + list + "?";
 }
 
 }  // namespace marl::tool

@@ -20,4 +20,10 @@ std::size_t spellingDistance(std::string_view a, std::string_view b);
 /// or words of them, that differ from `text` in about a third of its letters, and keys that begin with it.
 std::vector<std::string> nearKeys(std::string_view text, std::span<const KeywordCount> known);
 
+/// The same for texts that all count alike.
+std::vector<std::string> nearTexts(std::string_view text, std::span<const std::string> known);
+
+/// "; did you mean 'Bass', 'Brass'?", or `otherwise` when nothing is near.
+std::string didYouMean(std::span<const std::string> near, std::string_view otherwise);
+
 }  // namespace marl::tool

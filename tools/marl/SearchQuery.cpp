@@ -47,13 +47,6 @@ std::string listOf(const std::vector<SearchKey>& keys) {
     return list;
 }
 
-std::string hintFor(const std::vector<std::string>& near) {
-    if (near.empty()) return ": 'marl keywords' lists them";
-    std::string list;
-    for (const std::string& key : near) list += (list.empty() ? "'" : ", '") + key + "'";
-    return "; did you mean " + list + "?";
-}
-
 /// What is shown of a word that may be of any length.
 std::string shortened(const std::string& word) {
     constexpr std::size_t kMost = 60;  // bytes
@@ -69,7 +62,9 @@ void reportUnknown(CSearchEngine& engine, const std::string& word, std::ostream&
                            "no key is longer than " + std::to_string(kLongestKey) + " bytes");
     std::vector<KeywordCount> known;
     engine.generateKeywordList(known);
-    reportError(err, word, "no loop file has this key" + hintFor(nearKeys(word, known)));
+    reportError(
+        err, word,
+        "no loop file has this key" + didYouMean(nearKeys(word, known), ": 'marl keywords' lists them"));
 }
 
 }  // namespace

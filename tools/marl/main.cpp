@@ -8,10 +8,13 @@
 #include "marl/Info.h"
 #include "marl/Keywords.h"
 #include "marl/Output.h"
+#include "marl/Prefs.h"
 #include "marl/Record.h"
 #include "marl/Search.h"
 #include "marl/StopSignals.h"
 #include "marl/TerminalText.h"
+
+#include <MarlCore/Common/MarlPreferences.h>
 
 #include <CLI/CLI.hpp>
 
@@ -280,6 +283,49 @@ void addKeywords(CLI::App& app, marl::tool::KeywordsOptions& options, Command& c
         [&] { command = [&] { return marl::tool::runKeywords(options, std::cout, std::cerr); }; });
 }
 
+/// The user's settings, over the defaults of the library.
+platform::UserDefaults& userSettings() {
+    auto& settings = platform::UserDefaults::standardUserDefaults();
+    settings.setMessageHandler([](const std::string& message) {
+        std::cerr << "marl: " << marl::tool::terminalText(message) << "\n";
+    });
+    marl::MarlPreferences::initializeDefaults();
+    return settings;
+}
+
+struct PrefsArguments {
+    std::string key, value;
+};
+
+void addKey(CLI::App* command, std::string& key) {
+    command->add_option("KEY", key, "A setting, such as 'Default Tempo'")->type_name("")->required();
+}
+
+void addPrefs(CLI::App& app, PrefsArguments& arguments, Command& command) {
+    using namespace marl::tool;
+    CLI::App* const prefs = app.add_subcommand("prefs", "Show and change settings");
+    prefs->require_subcommand(1);
+    CLI::App* const list = prefs->add_subcommand("list", "Show all settings");
+    list->callback([&] { command = [] { return runPrefsList(userSettings(), std::cout, std::cerr); }; });
+    CLI::App* const get = prefs->add_subcommand("get", "Print a setting");
+    addKey(get, arguments.key);
+    get->callback(
+        [&] { command = [&] { return runPrefsGet(userSettings(), arguments.key, std::cout, std::cerr); }; });
+    CLI::App* const set = prefs->add_subcommand("set", "Change a setting");
+    addKey(set, arguments.key);
+    set->add_option("VALUE", arguments.value,
+                    "What 'get' would print; text that begins with - goes behind --")
+        ->type_name("")
+        ->required();
+    set->callback([&] {
+        command = [&] { return runPrefsSet(userSettings(), arguments.key, arguments.value, std::cerr); };
+    });
+    CLI::App* const reset = prefs->add_subcommand("reset", "Let the default count again");
+    addKey(reset, arguments.key);
+    reset->callback(
+        [&] { command = [&] { return runPrefsReset(userSettings(), arguments.key, std::cerr); }; });
+}
+
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     const auto chosen = app->get_subcommands();
     const auto extras = app->remaining();
@@ -309,6 +355,7 @@ int run(int argc, char** argv) {
     IndexArguments index;
     marl::tool::SearchOptions search;
     marl::tool::KeywordsOptions keywords;
+    PrefsArguments prefs;
     addInfo(app, info, command);
     addConvert(app, convert, command);
     addRecord(app, record, command);
@@ -316,6 +363,7 @@ int run(int argc, char** argv) {
     addIndex(app, index, command);
     addSearch(app, search, command);
     addKeywords(app, keywords, command);
+    addPrefs(app, prefs, command);
     app.footer(kExamples);  // behind the subcommands, which would take it over
     try {
         app.parse(argc, argv);
