@@ -9,6 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 
+export XDG_CONFIG_HOME=$work/config  # no settings, and none of the user's are changed
 mkdir -p build
 ln -s "$build_dir" build/release
 ln -s "$source_dir/MarlCore" MarlCore
