@@ -12,6 +12,7 @@
 #include <utility>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace marl {
@@ -42,10 +43,23 @@ struct FolderCloser {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
+/// What a name stands for; `error` is the errno of a stat that failed.
+struct Item {
+    int error = 0;
+    struct stat status {};
+};
+
 struct Name {
     std::string text;
     bool isLink;
+    Item item = {};  // unless it is a link
 };
+
+Item itemOf(int folder, const char* path) {
+    Item item;
+    if (::fstatat(folder, path, &item.status, 0) != 0) item.error = errno;
+    return item;
+}
 
 bool isLeftOut(const char* name) noexcept {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0 || std::strncmp(name, "._", 2) == 0;
@@ -70,7 +84,7 @@ public:
         // A link may lead to folders with further links.
         for (std::size_t i = 0; i < m_links.size() && !m_cancelled; ++i) {
             const std::string link = std::move(m_links[i]);
-            addEntry(link, true);
+            addItem(link, true, itemOf(AT_FDCWD, link.c_str()));
         }
     }
 
@@ -87,10 +101,11 @@ private:
             if (name.isLink)
                 m_links.push_back(path);
             else
-                addEntry(path, false);
+                addItem(path, false, name.item);
         }
     }
 
+    /// In order, with what they stand for: the open folder is a shorter way there than its path.
     std::vector<Name> namesIn(const std::string& folder) {
         std::vector<Name> names;
         const std::unique_ptr<DIR, FolderCloser> stream(::opendir(folder.c_str()));
@@ -105,6 +120,8 @@ private:
         }
         if (errno != 0) addUnreadable(folder, errno);
         std::ranges::sort(names, {}, &Name::text);
+        for (Name& name : names)
+            if (!name.isLink) name.item = itemOf(::dirfd(stream.get()), name.text.c_str());
         return names;
     }
 
@@ -114,21 +131,22 @@ private:
         return ::lstat(joined(folder, entry.d_name).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
     }
 
-    void addEntry(const std::string& path, bool isLink) {
-        struct stat status;
-        if (::stat(path.c_str(), &status) != 0) {
-            const int error = errno;
-            std::printf("stat error = '%s' (#%d)\n", std::strerror(error), error);
-            if (isLink) {
-                ++m_report.danglingLinks;
-                m_report.unknownFolders.insert(path);
-            } else if (!isGone(error)) {
-                addUnreadable(path.substr(0, path.rfind('/')), error);
-            }
-        } else if (S_ISDIR(status.st_mode)) {
-            if (m_folders.insert(identityOf(status)).second && isShort(path)) walk(path);
-        } else if (S_ISREG(status.st_mode) && m_wanted(path, isLink)) {
-            addFile(path, status, isLink);
+    void addItem(const std::string& path, bool isLink, const Item& item) {
+        if (item.error != 0) return addUnknown(path, isLink, item.error);
+        if (S_ISDIR(item.status.st_mode)) {
+            if (m_folders.insert(identityOf(item.status)).second && isShort(path)) walk(path);
+        } else if (S_ISREG(item.status.st_mode) && m_wanted(path, isLink)) {
+            addFile(path, item.status, isLink);
+        }
+    }
+
+    void addUnknown(const std::string& path, bool isLink, int error) {
+        std::printf("stat error = '%s' (#%d)\n", std::strerror(error), error);
+        if (isLink) {
+            ++m_report.danglingLinks;
+            m_report.unknownFolders.insert(path);
+        } else if (!isGone(error)) {
+            addUnreadable(path.substr(0, path.rfind('/')), error);
         }
     }
 

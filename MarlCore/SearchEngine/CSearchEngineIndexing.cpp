@@ -31,7 +31,7 @@ constexpr std::int32_t kRecordsAhead = 64;  // read at once
 // What has been found is stored together: each time the whole key index is written behind the records. A
 // tenth of the records that there are keeps the sum of that in proportion, the limits keep a killed pass from
 // losing much and memory from filling.
-constexpr std::size_t kLeastChanges = 1024, kMostChanges = 32768, kShareOfRecords = 10;
+constexpr std::size_t kLeastChanges = 4096, kMostChanges = 32768, kShareOfRecords = 10;
 
 /// The state that an update moves an index to.
 std::int32_t stateOfUpdate(std::int32_t state) noexcept {

@@ -217,7 +217,7 @@ TEST_F(Indexing, KeepsWhatAStoppedPassHasFound) {
 }
 
 TEST_F(Indexing, StoresManyFilesOnTheWay) {
-    constexpr std::size_t kFiles = 3000;  // more than are kept in memory
+    constexpr std::size_t kFiles = 5000;  // more than are kept in memory
     for (std::size_t i = 0; i < kFiles; ++i) m_library.addLoop(std::to_string(i) + ".aif", "Xa");
     const marl::CIndexFileRef file = m_engine->createIndexFile(m_library.root());
     const CSearchEngineRef other = SearchLibrary::newEngine();
