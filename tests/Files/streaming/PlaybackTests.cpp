@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdlib>
 #include <mutex>
+#include <shared_mutex>
 
 #include <unistd.h>
 
@@ -17,9 +18,13 @@ using support::PoolOf;
 using support::RawFile;
 
 TEST(PlaybackCosts, CountWhatIsNotAllowed) {
-    std::mutex mutex;
+    std::mutex mutex, tried;
+    std::shared_mutex forReading, forWriting;
     const auto costs = playbackCosts([&] {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const std::lock_guard lock(mutex);
+        const std::unique_lock attempt(tried, std::try_to_lock);
+        const std::shared_lock readers(forReading);
+        const std::unique_lock writer(forWriting);
         ::getppid();
         ::close(-1);
         void* const volatile block = std::malloc(10);
@@ -29,7 +34,7 @@ TEST(PlaybackCosts, CountWhatIsNotAllowed) {
         return true;
     });
     EXPECT_EQ(costs.allocations, 4u);
-    EXPECT_EQ(costs.locks, 2u);
+    EXPECT_EQ(costs.locks, 6u) << "mutexes count twice: locked and unlocked";
     EXPECT_EQ(costs.systemCalls, 2u);
     EXPECT_EQ(costs.firstSystemCall, SYS_getppid);
     EXPECT_EQ(playbackCosts([] { return true; }), PlaybackCosts{});
