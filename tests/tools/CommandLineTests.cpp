@@ -47,6 +47,7 @@ TEST(CommandLine, HelpAndVersionAreResults) {
                  {{"--help"}, "Examples:"},
                  {{"info", "--help"}, "--json"},
                  {{"convert", "--help"}, "--channels"},
+                 {{"stream", "--help"}, "--from"},
                  {{"browse", "--help"}, "--depth"},
                  {{"index", "--help"}, "--watch"},
                  {{"search", "--help"}, "--tolerance"},
@@ -67,6 +68,7 @@ TEST(CommandLine, HelpFitsATerminal) {
     for (const Arguments& arguments : {Arguments{"--help"},
                                        {"info", "--help"},
                                        {"convert", "--help"},
+                                       {"stream", "--help"},
                                        {"index", "--help"},
                                        {"search", "--help"}}) {
         std::istringstream help(runMarl(arguments).out);
@@ -99,6 +101,12 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
                  {{"convert", "--rate", "48k", "in.wav", "out.wav"}, "48k"},
                  {{"convert", "--channels", "0", "in.wav", "out.wav"}, "--channels"},
                  {{"convert", "--channels", "3", "in.wav", "out.wav"}, "--channels"},
+                 {{"stream"}, "FILE"},
+                 {{"stream", "--from", "nan", "in.wav"}, "nan"},
+                 {{"stream", "--from", "-1", "in.wav"}, "-1"},
+                 {{"stream", "--to", "1e999", "in.wav"}, "1e999"},
+                 {{"stream", "--to", "1:30", "in.wav"}, "1:30"},
+                 {{"stream", "--from", "2", "--to", "2", "in.wav"}, "later than the start"},
                  {{"browse", "--depth", "-1"}, "--depth"},
                  {{"index"}, "FOLDER"},
                  {{"index", "--list", "."}, "--list"},
@@ -159,7 +167,8 @@ TEST(CommandLine, AFullOutputIsAnErrorThatSaysSo) {
     for (const Arguments& arguments : {Arguments{"info", "in.wav"},
                                        {"info", "--json", "in.wav"},
                                        {"info", "in.wav", "in.wav"},
-                                       {"convert", "in.wav", "-"}}) {
+                                       {"convert", "in.wav", "-"},
+                                       {"stream", "in.wav"}}) {
         SCOPED_TRACE(joined(arguments));
         const Outcome outcome =
             runMarl(arguments, {.standardOutput = StandardOutput::kFullDevice, .folder = folder.path()});
@@ -171,25 +180,29 @@ TEST(CommandLine, AFullOutputIsAnErrorThatSaysSo) {
 TEST(CommandLine, EndsWhenItsReaderLeaves) {
     const TemporaryFolder folder;
     folder.write("in.wav", recording(4 << 20));  // more than any pipe holds
-    const Arguments arguments{"convert", "in.wav", "-"};
-    support::Surroundings surroundings{.standardOutput = StandardOutput::kClosedEarly,
-                                       .folder = folder.path()};
-    const Outcome killed = runMarl(arguments, surroundings);
-    EXPECT_EQ(killed.signal, SIGPIPE);
-    EXPECT_EQ(killed.out.size(), 10U);
-    surroundings.ignoresBrokenPipes = true;
-    const Outcome failed = runMarl(arguments, surroundings);
-    EXPECT_EQ(failed.status, 1);
-    EXPECT_EQ(failed.err, "marl: standard output: cannot be written: Broken pipe\n");
+    for (const Arguments& arguments : {Arguments{"convert", "in.wav", "-"}, {"stream", "in.wav"}}) {
+        SCOPED_TRACE(joined(arguments));
+        support::Surroundings surroundings{.standardOutput = StandardOutput::kClosedEarly,
+                                           .folder = folder.path()};
+        const Outcome killed = runMarl(arguments, surroundings);
+        EXPECT_EQ(killed.signal, SIGPIPE);
+        EXPECT_EQ(killed.out.size(), 10U);
+        surroundings.ignoresBrokenPipes = true;
+        const Outcome failed = runMarl(arguments, surroundings);
+        EXPECT_EQ(failed.status, 1);
+        EXPECT_EQ(failed.err, "marl: standard output: cannot be written: Broken pipe\n");
+    }
 }
 
 TEST(CommandLine, SamplesDoNotGoToATerminal) {
     const TemporaryFolder folder;
     folder.write("in.wav", recording());
-    const Outcome outcome = runMarl({"convert", "in.wav", "-"},
-                                    {.standardOutput = StandardOutput::kTerminal, .folder = folder.path()});
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_TRUE(outcome.err.starts_with("marl: standard output: is a terminal")) << outcome.err;
+    for (const Arguments& arguments : {Arguments{"convert", "in.wav", "-"}, {"stream", "in.wav"}}) {
+        const Outcome outcome =
+            runMarl(arguments, {.standardOutput = StandardOutput::kTerminal, .folder = folder.path()});
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_TRUE(outcome.err.starts_with("marl: standard output: is a terminal")) << outcome.err;
+    }
 }
 
 TEST(CommandLine, AFailedWriteLeavesTheOldFileAndNothingElse) {

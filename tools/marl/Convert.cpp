@@ -8,32 +8,14 @@
 #include <MarlCore/Files/writing/CSampleFileWriter.h>
 
 #include <cmath>
-#include <limits>
 #include <ostream>
 
 namespace marl::tool {
 namespace {
 
-/// The format of the output, with what the options leave open taken from the input.
-struct Target {
+struct Target : Delivery {
     OutputType type;
-    int bits;
-    double sampleRate;  // Hz
-    int channels;
 };
-
-int bitsOf(const std::string& format, std::uint32_t fileBits) {
-    for (const SampleFormat& known : kSampleFormats) {
-        if (format == known.name) return known.bits;
-    }
-    return fileBits == 24 ? 24 : 16;
-}
-
-Target targetFor(OutputType type, const ConvertOptions& options, const LoopFile& loop) {
-    return {type, bitsOf(options.format, loop.format.mBitsPerChannel),
-            options.sampleRate > 0 ? options.sampleRate : loop.format.mSampleRate,
-            options.channels > 0 ? options.channels : static_cast<int>(loop.format.mChannelsPerFrame)};
-}
 
 /// Refuses what a loop file cannot hold before the samples are converted, which could take a minute.
 void requireRoom(const Target& target, const LoopFile& loop) {
@@ -79,18 +61,15 @@ void reportLosses(const Target& target, const ConvertOptions& options, const Loo
         reportError(err, options.output, "note: WAV loops are read back in 4/4, whatever their meter");
     if (toWAV && std::round(target.sampleRate) != target.sampleRate)
         reportError(err, options.output, "note: WAV files state whole sample rates: this one is rounded");
-    const long long rest =
-        loop.data().getFileLength() - parser.getSampleOffset() - parser.getSampleLengthInBytes();
-    if (rest > 0 && parser.getSampleLengthInBytes() == std::numeric_limits<int>::max())
-        reportError(err, options.input, "note: only the first 2 GiB of samples are converted");
+    reportCutOff(options.input, loop, err);
 }
 
 void convert(OutputType type, const ConvertOptions& options, std::ostream& out, std::ostream& err) {
     const LoopFile loop = openLoopFile(options.input);
-    const Target target = targetFor(type, options, loop);
+    const Target target{deliveryFor(loop, options.format, options.sampleRate, options.channels), type};
     requireRoom(target, loop);
     if (options.streamed) loop.file->useDiskFileData(urlOfPath(options.input), false);
-    SampleStream stream(loop, target.bits, target.sampleRate, target.channels);
+    SampleStream stream(loop, target);
     reportLosses(target, options, loop, err);
     describeOutput(target, loop);
     const auto output = newSampleOutput(type, options.output, loop.file->getFileParserRef(), out);

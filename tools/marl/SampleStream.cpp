@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "marl/SampleStream.h"
 
+#include "marl/Output.h"
+#include "marl/ReadAhead.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace marl::tool {
 namespace {
@@ -40,27 +44,65 @@ int deliveredBits(int fileBits, int bits) noexcept {
     return fileBits == 16 ? 32 : 16;
 }
 
-}  // namespace
-
-SampleStream::SampleStream(const LoopFile& loop, int bits, double sampleRate, int channels)
-    : m_data(loop.data()),
-      m_deliveredBits(deliveredBits(static_cast<int>(loop.format.mBitsPerChannel), bits)),
-      m_bits(bits) {
-    const auto output = platform::makeHostFormat(sampleRate, static_cast<std::uint32_t>(channels),
-                                                 static_cast<std::uint32_t>(m_deliveredBits));
-    const auto frames = static_cast<int>(loop.parser().getLengthInFrames());
-    m_data.setSampleConversion(loop.format, frames, loop.parser().getSampleOffset(), output);
-    int convertedFrames = 0;
-    m_data.getSampleConversion(nullptr, &convertedFrames, nullptr, nullptr);
-    m_samples = convertedFrames * channels;
+int bitsOf(const std::string& format, std::uint32_t fileBits) {
+    for (const SampleFormat& known : kSampleFormats) {
+        if (format == known.name) return known.bits;
+    }
+    return fileBits == 24 ? 24 : 16;
 }
 
-void SampleStream::forEachBlock(const std::function<void(std::span<const std::byte>)>& take) {
-    for (int first = 0; first < m_samples;) {
+}  // namespace
+
+Delivery deliveryFor(const LoopFile& loop, const std::string& format, double sampleRate, int channels) {
+    return {bitsOf(format, loop.format.mBitsPerChannel),
+            sampleRate > 0 ? sampleRate : loop.format.mSampleRate,
+            channels > 0 ? channels : static_cast<int>(loop.format.mChannelsPerFrame)};
+}
+
+void reportCutOff(const std::string& path, const LoopFile& loop, std::ostream& err) {
+    const IFileParser& parser = loop.parser();
+    const long long rest =
+        loop.data().getFileLength() - parser.getSampleOffset() - parser.getSampleLengthInBytes();
+    if (rest > 0 && parser.getSampleLengthInBytes() == std::numeric_limits<int>::max())
+        reportError(err, path, "note: only the first 2 GiB of samples are converted");
+}
+
+SampleStream::SampleStream(const LoopFile& loop, const Delivery& delivery)
+    : m_data(loop.file->getFileDataRef()),
+      m_deliveredBits(deliveredBits(static_cast<int>(loop.format.mBitsPerChannel), delivery.bits)),
+      m_bits(delivery.bits),
+      m_channels(delivery.channels) {
+    const auto output =
+        platform::makeHostFormat(delivery.sampleRate, static_cast<std::uint32_t>(delivery.channels),
+                                 static_cast<std::uint32_t>(m_deliveredBits));
+    const auto frames = static_cast<int>(loop.parser().getLengthInFrames());
+    m_data->setSampleConversion(loop.format, frames, loop.parser().getSampleOffset(), output);
+    m_data->getSampleConversion(nullptr, &m_frames, nullptr, nullptr);
+}
+
+void SampleStream::forEachBlock(const Taker& take) {
+    const auto read = [this](int first, int last, int* outLast) {
+        return m_data->readSamples(first, last, outLast, true);
+    };
+    deliver(0, m_frames * m_channels, read, take);
+}
+
+void SampleStream::forEachBlockReadAhead(int first, int end, const Taker& take) {
+    ReadAhead reader(m_data, first * m_channels, end * m_channels);
+    const auto read = [&](int firstSample, int lastSample, int* outLast) {
+        reader.awaitSamples(lastSample);
+        return m_data->readSamples(firstSample, lastSample, outLast, false);
+    };
+    deliver(first * m_channels, end * m_channels, read, take);
+}
+
+/// Samples `first` to `end` (exclusive).
+void SampleStream::deliver(int first, int end, const Reader& read, const Taker& take) {
+    while (first < end) {
         int last = first;
-        const int wanted = first + std::min(kBlock, m_samples - first) - 1;
-        // 0, 0 would ask for the whole stream: a stream of one sample is just that.
-        const void* const samples = m_data.readSamples(first, wanted, &last, true);
+        const int wanted = first + std::min(kBlock, end - first) - 1;
+        // 0, 0 would ask for the whole stream: what lies behind the one sample is left out below.
+        const void* const samples = read(first, wanted, &last);
         if (!samples) throw halyard::CException(halyard::kInternalError, "sample %d is missing", first);
         last = std::min(last, wanted);
         const auto bytes =

@@ -12,6 +12,7 @@
 #include "marl/Record.h"
 #include "marl/Search.h"
 #include "marl/StopSignals.h"
+#include "marl/Stream.h"
 #include "marl/TerminalText.h"
 
 #include <MarlCore/Common/MarlPreferences.h>
@@ -19,6 +20,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdint>
 #include <functional>
@@ -43,6 +45,7 @@ constexpr char kExamples[] =
     "  marl info beat.aif              all about one loop\n"
     "  marl convert beat.aif beat.wav  beats, root note and slices come along\n"
     "  marl convert --rate 48000 --format s24 beat.wav beat-48k.aif\n"
+    "  marl stream --from 2 --format s16 beat.wav | aplay -f cd\n"
     "  marl index Loops                make them searchable\n"
     "  marl search bass Dark           dark basses\n"
     "  marl search drums 120           drum loops of 120 beats a minute\n"
@@ -58,13 +61,19 @@ std::string wrongWithRate(const std::string& text) {
     return "'" + text + "' is not a sample rate in Hz, from 1 to 4294967295";
 }
 
-int convertUnlessToTerminal(const marl::tool::ConvertOptions& options) {
-    if (options.output == "-" && ::isatty(STDOUT_FILENO)) {
-        marl::tool::reportError(std::cerr, "standard output",
-                                "is a terminal: lead the samples into a file or program, or name a file");
-        return kWrongUsage;
-    }
-    return marl::tool::runConvert(options, std::cout, std::cerr);
+/// A time, which "nan" and "inf" are not.
+std::string wrongWithSeconds(const std::string& text) {
+    double seconds = 0;
+    if (CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds) && seconds >= 0) return "";
+    return "'" + text + "' is not a time in seconds: 0 or more";
+}
+
+/// True, with a line that says so, when samples would go to a terminal.
+bool isOutputATerminal() {
+    if (!::isatty(STDOUT_FILENO)) return false;
+    marl::tool::reportError(std::cerr, "standard output",
+                            "is a terminal: lead the samples into a file or program");
+    return true;
 }
 
 void addInfo(CLI::App& app, marl::tool::InfoOptions& options, Command& command) {
@@ -76,21 +85,26 @@ void addInfo(CLI::App& app, marl::tool::InfoOptions& options, Command& command) 
     info->callback([&] { command = [&] { return marl::tool::runInfo(options, std::cout, std::cerr); }; });
 }
 
+/// What samples are to be delivered as: options of all commands that convert.
+template <typename Options>
+void addDelivery(CLI::App* app, Options& options, const std::string& formats) {
+    app->add_option("--format", options.format, formats)
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"s16", "s24", "f32"}).description(""));
+    app->add_option("--rate", options.sampleRate, "Sample rate in Hz; default: the file's")
+        ->type_name("HZ")
+        ->check(wrongWithRate);
+    app->add_option("--channels", options.channels, "1 or 2, mono becomes stereo; default: the file's")
+        ->type_name("N")
+        ->check(CLI::Range(1, 2).description(""));
+}
+
 void addConvert(CLI::App& app, marl::tool::ConvertOptions& options, Command& command) {
     CLI::App* const convert =
         app.add_subcommand("convert", "Convert a loop to another format, rate or width");
-    convert
-        ->add_option("--format", options.format,
-                     "s16 or s24 (integers of 16 or 24 bits), f32 (floats, to .raw\nand - only); "
-                     "default: as IN, where 8 bits become s16")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"s16", "s24", "f32"}).description(""));
-    convert->add_option("--rate", options.sampleRate, "Sample rate in Hz; default: as IN")
-        ->type_name("HZ")
-        ->check(wrongWithRate);
-    convert->add_option("--channels", options.channels, "1 or 2, mono becomes stereo; default: as IN")
-        ->type_name("N")
-        ->check(CLI::Range(1, 2).description(""));
+    addDelivery(convert, options,
+                "s16 or s24 (integers of 16 or 24 bits), f32 (floats, to .raw\nand - only); "
+                "default: as IN, where 8 bits become s16");
     convert->add_flag("--streamed", options.streamed,
                       "Stream IN from disk instead of holding it in memory;\nthe same samples");
     convert->add_option("IN", options.input, "AIFF or WAV file")->type_name("")->required();
@@ -101,7 +115,37 @@ void addConvert(CLI::App& app, marl::tool::ConvertOptions& options, Command& com
                      "- for the same to standard output")
         ->type_name("")
         ->required();
-    convert->callback([&] { command = [&] { return convertUnlessToTerminal(options); }; });
+    convert->callback([&] {
+        command = [&] {
+            if (options.output == "-" && isOutputATerminal()) return kWrongUsage;
+            return marl::tool::runConvert(options, std::cout, std::cerr);
+        };
+    });
+}
+
+void addStream(CLI::App& app, marl::tool::StreamOptions& options, Command& command) {
+    CLI::App* const stream = app.add_subcommand("stream", "Stream the samples of a loop to standard output");
+    stream->footer(
+        "Samples alone, interleaved, in this machine's byte order, read from disk a few\n"
+        "seconds ahead of the program that takes them, however long the file is.");
+    addDelivery(stream, options,
+                "s16 or s24 (integers of 16 or 24 bits), f32 (floats);\n"
+                "default: as FILE, where 8 bits become s16");
+    stream->add_option("--from", options.from, "Start, in seconds; default: 0")
+        ->type_name("S")
+        ->check(wrongWithSeconds);
+    stream->add_option("--to", options.to, "End, in seconds; default: the file's")
+        ->type_name("S")
+        ->check(wrongWithSeconds);
+    stream->add_option("FILE", options.input, "AIFF or WAV file")->type_name("")->required();
+    stream->callback([&] {
+        if (options.to && *options.to <= options.from)
+            throw CLI::ValidationError("--to", "the end must be later than the start");
+        command = [&] {
+            if (isOutputATerminal()) return kWrongUsage;
+            return marl::tool::runStream(options, std::cout, std::cerr);
+        };
+    });
 }
 
 int recordUnlessFromTerminal(const marl::tool::RecordOptions& options) {
@@ -350,6 +394,7 @@ int run(int argc, char** argv) {
     Command command;
     marl::tool::InfoOptions info;
     marl::tool::ConvertOptions convert;
+    marl::tool::StreamOptions stream;
     marl::tool::RecordOptions record;
     marl::tool::BrowseOptions browse;
     IndexArguments index;
@@ -358,6 +403,7 @@ int run(int argc, char** argv) {
     PrefsArguments prefs;
     addInfo(app, info, command);
     addConvert(app, convert, command);
+    addStream(app, stream, command);
     addRecord(app, record, command);
     addBrowse(app, browse, command);
     addIndex(app, index, command);
