@@ -56,22 +56,6 @@ struct PoolModel {
 
 }  // namespace
 
-TEST(BufferPool, IsMadeOnceByTheFirstFile) {
-    PoolOf none(0);
-    PoolOf::remove();
-    const support::RawFile file({});
-    const auto first = file.streamed();
-    EXPECT_EQ(PoolOf::size(), 1000u);
-    const auto* const entry = &PoolOf::entry(0);
-    EXPECT_EQ(entry->getLastAccessTime(), -1.0);
-    EXPECT_EQ(entry->getOwningFileData(), nullptr);
-    EXPECT_EQ(entry->CountReferences(), 1);
-    const auto second = file.streamed();
-    CDiskFileData::AllocateBufferPool(5);
-    EXPECT_EQ(PoolOf::size(), 1000u);
-    EXPECT_EQ(&PoolOf::entry(0), entry);
-}
-
 TEST(BufferPool, IsWhatASmallModelOfItSays) {
     constexpr int kSlices = 20;
     const double start = platform::AbsoluteTimeGetCurrent() - 1000;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "StandIns.h"
 #include "support/OpenedFile.h"
 
-#include <MarlCore/Files/streaming/CIORequestBuffer.h>
 #include <MarlCore/Files/streaming/CIOWriteBuffer.h>
 #include <MarlCore/Files/streaming/WrappedIntegersImpl.h>
 #include <MarlCore/platform/ByteOrder.h>
@@ -18,7 +16,6 @@ namespace support {
 namespace {
 
 using marl::CIOBuffer;
-using marl::CIORequestBuffer;
 using marl::CIOWriteBuffer;
 using marl::CIOWriteBufferStereo;
 
@@ -26,14 +23,6 @@ constexpr char kBytes[] = "0123456789";
 
 std::string contents(const std::byte* block, int size) {
     return {reinterpret_cast<const char*>(block), static_cast<std::size_t>(size)};
-}
-
-TEST(IOWriteBuffer, RefusesBlocksWithoutASize) {
-    for (const int size : {0, -1, std::numeric_limits<int>::min()}) {
-        const std::string message = "bufferSize must be positive (got " + std::to_string(size) + ")";
-        EXPECT_EQ(messageThrownBy([&] { CIOWriteBuffer buffer(size); }), message);
-        EXPECT_EQ(messageThrownBy([&] { CIOWriteBufferStereo buffer(size); }), message);
-    }
 }
 
 TEST(IOWriteBuffer, HoldsTheLastWriteOnly) {
@@ -77,20 +66,6 @@ TEST(IOWriteBuffer, RefusesWhatDoesNotFitInThisOrder) {
         EXPECT_EQ(half.getBufferBytesUsedTwo(), second.empty() ? size : 0);
         EXPECT_EQ(half.getBufferSizeTwo(), 8);
     }
-}
-
-TEST(IORequestBuffer, KeepsASourceUntilItIsFinished) {
-    CIORequestBuffer buffer;
-    EXPECT_EQ(buffer.getAudioSource(), nullptr);
-    EXPECT_EQ(buffer.getFirstSample(), -1);
-    EXPECT_EQ(buffer.getLastSample(), -1);
-    const SlicedSourceRef source(new SlicedSource(1));
-    buffer.copyRequest(source, 3, 17);
-    EXPECT_EQ(source->CountReferences(), 2);
-    buffer.bufferFinished();
-    EXPECT_EQ(source->CountReferences(), 1);
-    EXPECT_EQ(buffer.getFirstSample(), 3);
-    EXPECT_EQ(buffer.getLastSample(), 17);
 }
 
 /// The integer of `bytes` bytes, in the order that the conversion gives.

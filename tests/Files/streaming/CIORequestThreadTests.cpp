@@ -8,7 +8,6 @@
 
 #include <limits>
 #include <optional>
-#include <random>
 #include <stdexcept>
 
 namespace support {
@@ -139,32 +138,6 @@ TEST(IORequestThread, ProcessesImmediateRequestsInTheCallersThread) {
     thread.flushImmediateRequests();
     EXPECT_TRUE(thread.areBufferQueuesEmpty());
     EXPECT_EQ(source->CountReferences(), 1);
-}
-
-TEST(IORequestThread, ServesTwoProducersWithAThreadEach) {
-    constexpr int kSources = 8, kRequests = 2000;
-    std::vector<SlicedSourceRef> sources;
-    for (int i = 0; i < kSources; ++i) sources.emplace_back(new SlicedSource(10000));
-    const auto produce = [&](unsigned seed) {
-        std::minstd_rand random(seed);
-        CIORequestThread thread(4);
-        thread.runWithPriority(0.5, 0);
-        for (int i = 0; i < kRequests; ++i) {
-            const int first = static_cast<int>(random() % 10000), length = static_cast<int>(random() % 500);
-            waitUntil([&] { return thread.canAcceptBuffer(); });
-            thread.postRequest(sources[random() % kSources], first, std::min(first + length, 9999));
-        }
-        waitUntil([&] { return thread.areBufferQueuesEmpty(); });
-        thread.sleepUntilThreadExits(true, 0);
-        EXPECT_EQ(thread.getFailure(), nullptr);
-    };
-    std::jthread other([&] { produce(1); });
-    produce(2);
-    other.join();
-    for (const SlicedSourceRef& source : sources) {
-        EXPECT_EQ(source->CountReferences(), 1);
-        EXPECT_TRUE(source->data().isSampleRangeLoaded(0, 9999));
-    }
 }
 
 }  // namespace

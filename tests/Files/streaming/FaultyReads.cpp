@@ -36,8 +36,6 @@ ssize_t readWithFault(int fd, void* bytes, size_t count, off_t offset) {
             return -1;
         case FaultyReads::Fault::kShort:
             return readThrough(fd, bytes, 1, offset);
-        case FaultyReads::Fault::kEnd:
-            return 0;
         case FaultyReads::Fault::kSlow:
             state.goesOn.wait(false);
             break;

@@ -14,7 +14,6 @@ public:
         kError,        ///< nothing is read, and errno is EIO
         kInterrupted,  ///< nothing is read, and errno is EINTR
         kShort,        ///< one byte is read, which is no error
-        kEnd,          ///< the file ends there
         kSlow          ///< waits for `goOn`
     };
 

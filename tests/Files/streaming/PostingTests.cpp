@@ -46,7 +46,8 @@ TEST(Posting, OfRequestsTakesTheWakeUpLockAndDoesNothingElse) {
                   for (int i = 0; i < kRing; ++i) thread.postRequest(source, 0, 0);
                   return !thread.canAcceptBuffer() && source->CountReferences() == 1 + kRing;
               }),
-              (PlaybackCosts{.locks = 2 * kRing})) << "each locks and unlocks";
+              (PlaybackCosts{.locks = 2 * kRing}))
+        << "each locks and unlocks";
 }
 
 TEST(Posting, FreesNoSourceThatWasFlushed) {

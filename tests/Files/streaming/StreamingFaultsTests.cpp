@@ -98,14 +98,3 @@ TEST(StreamingFaults, OfOneSlowDiskHoldUpNobodyElse) {
     EXPECT_TRUE(slow->isSampleRangeLoaded(0, 0));
     EXPECT_FALSE(quick->isSampleRangeLoaded(0, 0));
 }
-
-TEST(StreamingFaults, OfAnEndOfFileThatComesEarlyAreSilence) {
-    const PoolOf pool(1);
-    const RawFile file({.outputBits = 16});
-    const auto data = file.streamed();
-    int last;
-    data->readSamples(0, 1, &last, true);
-    const FaultyReads faulty(FaultyReads::Fault::kEnd);
-    const auto* const slice = static_cast<const char*>(data->readSamples(16384, 16385, &last, true));
-    EXPECT_EQ(std::string(slice, 32768), std::string(32768, '\0')) << "not the slice that was there before";
-}
