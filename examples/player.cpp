@@ -47,6 +47,8 @@ public:
         parser.getFormatInfo(format);
         file->useDiskFileData(url, false);
         m_data = file->getFileDataRef();
+        m_diskData = dynamic_cast<marl::CDiskFileData*>(m_data.get());
+        if (!m_diskData) throw std::runtime_error(path + " cannot be streamed");
         m_data->setSampleConversion(format, static_cast<int>(parser.getLengthInFrames()),
                                     parser.getSampleOffset(), platform::makeHostFormat(kRate, kChannels, 32));
         int frames = 0;
@@ -67,7 +69,7 @@ public:
         bool isComplete = true;
         forEachPiece(m_played, static_cast<int>(mix.size()), [&](int first, int count) {
             std::array<float, kFramesInBlock * kChannels> samples;
-            const int there = diskData().copySamples(first, first + count - 1, samples.data());
+            const int there = m_diskData->copySamples(first, first + count - 1, samples.data());
             for (std::size_t i = 0; i < static_cast<std::size_t>(there); ++i) mix[i] += gain * samples[i];
             isComplete = isComplete && there == count;
             mix = mix.subspan(static_cast<std::size_t>(count));
@@ -108,12 +110,11 @@ private:
         }
     }
 
-    marl::CDiskFileData& diskData() { return static_cast<marl::CDiskFileData&>(*m_data); }
-
     marl::IFileDataRef m_data;
-    int m_samples = 0;          // interleaved, of the whole file
-    long long m_played = 0;     // samples, all rounds together
-    long long m_requested = 0;  // likewise
+    marl::CDiskFileData* m_diskData = nullptr;  // the same
+    int m_samples = 0;                          // interleaved, of the whole file
+    long long m_played = 0;                     // samples, all rounds together
+    long long m_requested = 0;                  // likewise
 };
 
 using VoiceRef = halyard::CSharedObjectRef<Voice>;
@@ -181,7 +182,7 @@ public:
 
     Result play() {
         loadBeginnings();
-        m_reader.runWithPriority(0.75, 0);
+        m_reader.runWithPriority(0, 0);  // an ordinary thread: the one that plays comes first
         Clock clock(m_options.isVirtual);
         Result result;
         const auto blocks = static_cast<long>(m_options.minutes * 60 * kRate / kFramesInBlock);
@@ -238,6 +239,8 @@ private:
     bool m_isPlaying = true;
 };
 
+constexpr char kUsage[] = "usage: player [--voices N] [--minutes M] [--virtual | --pipe] FILE...";
+
 Options optionsFrom(std::span<char*> arguments) {
     Options options;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
@@ -251,12 +254,12 @@ Options optionsFrom(std::span<char*> arguments) {
             options.voices = std::atoi(arguments[++i]);
         else if (argument == "--minutes" && hasValue)
             options.minutes = std::atof(arguments[++i]);
+        else if (argument.starts_with("--"))
+            throw std::runtime_error(kUsage);
         else
             options.files.push_back(argument);
     }
-    if (options.files.empty())
-        throw std::runtime_error(
-            "which files? player [--voices N] [--minutes M] [--virtual | --pipe] FILE...");
+    if (options.files.empty() || !(options.minutes > 0)) throw std::runtime_error(kUsage);
     if (options.voices < 1) options.voices = static_cast<int>(options.files.size());
     return options;
 }

@@ -193,6 +193,12 @@ TEST(Record, LeavesOutWhatIsNoWholeFrame) {
     }
 }
 
+std::size_t sizeOf(const std::string& path) {
+    std::error_code none;
+    const auto size = std::filesystem::file_size(path, none);
+    return none ? 0 : static_cast<std::size_t>(size);
+}
+
 TEST(Record, RefusesWhatItCannotDo) {
     const TemporaryFolder folder;
     struct Case {
@@ -208,7 +214,7 @@ TEST(Record, RefusesWhatItCannotDo) {
     for (const auto& [path, status, message] : cases) {
         RecordOptions options = optionsFor(folder, "s16", 1);
         options.output = path;
-        const Outcome outcome = record(options, "");
+        const Outcome outcome = record(options, bytesOf(noise(100, 1)));
         EXPECT_EQ(outcome.status, status);
         EXPECT_EQ(outcome.out, "");
         EXPECT_EQ(outcome.err, "marl: " + path + ": " + message + "\n");
@@ -219,19 +225,19 @@ TEST(Record, RefusesWhatItCannotDo) {
     EXPECT_EQ(runRecord(options, directory, out, err), kFailed);
     ::close(directory);
     EXPECT_EQ(err.str(), "marl: standard input: cannot be read: Is a directory\n");
-    EXPECT_EQ(out.str(), options.output + ": 0 frames written (0.000 s), 0 blocks dropped\n");
+    EXPECT_EQ(out.str(), "");
+
+    std::ofstream(options.output) << "an old take";
+    const Outcome outcome = record(options, "");
+    EXPECT_EQ(outcome.status, kFailed);
+    EXPECT_EQ(outcome.err, "marl: " + options.output + ": not written: no samples came\n");
+    EXPECT_EQ(sizeOf(options.output), 11U) << "a source that failed has taken the old take along";
 }
 
 // The program itself.
 
 std::vector<std::string> arguments(const std::string& path) {
     return {"record", "--format", "s16", "--rate", "8000", "--channels", "2", path};
-}
-
-std::size_t sizeOf(const std::string& path) {
-    std::error_code none;
-    const auto size = std::filesystem::file_size(path, none);
-    return none ? 0 : static_cast<std::size_t>(size);
 }
 
 /// Frames of 16 bits and two channels that `marl info` finds.

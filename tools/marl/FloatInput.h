@@ -6,13 +6,15 @@
 #include "marl/StopSignals.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 
 namespace marl::tool {
 
 /// Reads interleaved 32-bit floats in host order, in blocks of whole frames, however the bytes come in: until
-/// the input ends, or cannot be read, or a signal asks to stop. [one thread]
+/// the input ends, or cannot be read, or a signal asks to stop: what a pipe holds by then still counts.
+/// [one thread]
 class FloatInput {
 public:
     /// `descriptor` may be a pipe, a file or a device, blocking or not; it stays open. `signals` outlives
@@ -36,6 +38,7 @@ private:
     const std::size_t m_channels;
     const StopSignals& m_signals;
     std::vector<float> m_block;
+    std::optional<std::size_t> m_leftAfterStop;  // bytes, once there was a signal
     bool m_isOver = false;
     int m_error = 0;
     std::size_t m_bytesLeftOut = 0;

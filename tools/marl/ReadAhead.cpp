@@ -32,12 +32,12 @@ ReadAhead::~ReadAhead() {
     sleepUntilThreadExits(true, 0);
 }
 
-void ReadAhead::awaitSamples(int last) {
+std::exception_ptr ReadAhead::awaitSamples(int last) {
     const int wanted = (last - m_first) / kSamplesInRequest + 1;
-    postUpTo(wanted + kRequestsAhead);
+    if (isThreadRunning()) postUpTo(wanted + kRequestsAhead);
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [&] { return m_done >= wanted || m_failure; });
-    if (m_done < wanted) std::rethrow_exception(m_failure);
+    return m_done < wanted ? m_failure : nullptr;
 }
 
 void ReadAhead::postUpTo(int requests) {

@@ -20,9 +20,9 @@ public:
     ReadAhead(const IFileDataRef& data, int first, int end);
     ~ReadAhead() override;
 
-    /// Waits until all samples up to `last` are loaded. It never becomes less. Throws what ended the reading,
-    /// if that was before `last`.
-    void awaitSamples(int last);
+    /// Waits until all samples up to `last` are loaded; it never becomes less. Returns what ended the
+    /// reading, if that was before: some of them may be there all the same.
+    std::exception_ptr awaitSamples(int last);
 
     void processBuffer(const CIOBuffer* buffer) override;
 

@@ -81,7 +81,7 @@ public:
             if (const std::exception_ptr failure = m_thread.getFailure()) std::rethrow_exception(failure);
             m_thread.runOnce();
         } catch (...) {
-            m_thread.finishWriting();  // of a take in memory, all that was kept
+            finishAfterFailure();
             throw;
         }
         m_thread.finishWriting();
@@ -98,6 +98,14 @@ public:
     std::size_t samplesClipped() const noexcept { return m_samplesClipped; }
 
 private:
+    /// Of a take in memory, all that was kept. The first failure is the one that counts.
+    void finishAfterFailure() noexcept {
+        try {
+            m_thread.finishWriting();
+        } catch (const std::exception&) {
+        }
+    }
+
     void waitForRoom() {
         while (!m_thread.canAcceptBuffer() && m_thread.isThreadRunning())
             std::this_thread::sleep_for(kPauseForRoom);
@@ -122,11 +130,8 @@ bool isFinished(Take& take, const RecordOptions& options, std::ostream& err) {
     }
 }
 
-/// Says on `err` what came in and is not in the file as it was. False when the input could not be read.
-bool reportInput(const FloatInput& input, const Take& take, const RecordOptions& options, std::ostream& err) {
-    if (take.samplesClipped() != 0)
-        reportError(err, options.output,
-                    "note: " + std::to_string(take.samplesClipped()) + " samples beyond full scale, clipped");
+/// Says on `err` what came in and is not in the file. False when the input could not be read.
+bool reportInput(const FloatInput& input, std::ostream& err) {
     if (input.bytesLeftOut() != 0)
         reportError(err, "standard input",
                     "note: ends within a frame: " + std::to_string(input.bytesLeftOut()) + " bytes left out");
@@ -141,15 +146,24 @@ void printResult(const Take& take, const RecordOptions& options, std::ostream& o
         << std::setprecision(3) << seconds << " s), " << take.blocksDropped() << " blocks dropped\n";
 }
 
+/// A source that gives nothing has failed, mostly: an old take of that name stays.
+int refuseNothing(const FloatInput& input, const RecordOptions& options, std::ostream& err) {
+    if (reportInput(input, err)) reportError(err, options.output, "not written: no samples came");
+    return kFailed;
+}
+
 int record(const RecordOptions& options, int descriptor, std::ostream& out, std::ostream& err) {
     const StopSignals signals;
-    Take take(options);
     FloatInput input(descriptor, options.channels, framesInBlock(options), signals);
-    std::span<float> block;
-    do block = input.next();
-    while (!block.empty() && take.add(block));
+    std::span<float> block = input.next();
+    if (block.empty()) return refuseNothing(input, options, err);
+    Take take(options);
+    while (!block.empty() && take.add(block)) block = input.next();
     const bool isWritten = isFinished(take, options, err);
-    const bool isRead = reportInput(input, take, options, err);
+    if (take.samplesClipped() != 0)
+        reportError(err, options.output,
+                    "note: " + std::to_string(take.samplesClipped()) + " samples beyond full scale, clipped");
+    const bool isRead = reportInput(input, err);
     printResult(take, options, out);
     return flushed(out, err) && isWritten && isRead ? kDone : kFailed;
 }

@@ -90,8 +90,10 @@ void SampleStream::forEachBlock(const Taker& take) {
 void SampleStream::forEachBlockReadAhead(int first, int end, const Taker& take) {
     ReadAhead reader(m_data, first * m_channels, end * m_channels);
     const auto read = [&](int firstSample, int lastSample, int* outLast) {
-        reader.awaitSamples(lastSample);
-        return m_data->readSamples(firstSample, lastSample, outLast, false);
+        const std::exception_ptr failure = reader.awaitSamples(lastSample);
+        const void* const samples = m_data->readSamples(firstSample, lastSample, outLast, false);
+        if (!samples && failure) std::rethrow_exception(failure);
+        return samples;
     };
     deliver(first * m_channels, end * m_channels, read, take);
 }

@@ -28,6 +28,7 @@
 #include <iostream>
 #include <limits>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -419,9 +420,23 @@ int run(int argc, char** argv) {
     return command();
 }
 
+/// A program may be started with some of them closed. What it opens next must not be taken for its input or
+/// output.
+void reserveStandardDescriptors() {
+    while (true) {
+        const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (descriptor < 0) return;
+        if (descriptor > STDERR_FILENO) {
+            ::close(descriptor);
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    reserveStandardDescriptors();
     // A limit on the size of files then fails a write like a full disk does, instead of ending the program.
     std::signal(SIGXFSZ, SIG_IGN);
     try {

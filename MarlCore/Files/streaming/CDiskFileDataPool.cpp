@@ -4,6 +4,7 @@
 #include <MarlCore/platform/AbsoluteTime.h>
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,15 @@ std::shared_ptr<CBufferPoolEntry::Rank[]> CDiskFileData::g_bufferPoolRanks;
 halyard::CMutexRef CDiskFileData::g_bufferPoolMutex;
 
 namespace {
+
+/// False once the process ends and the pool goes: slices of objects that outlive it have nothing to give
+/// back.
+std::atomic<bool> poolIsThere{true};
+
+struct EndOfPool {
+    ~EndOfPool() { poolIsThere = false; }
+};
+const EndOfPool endOfPool;  // goes before what was made above it
 
 using Rank = CBufferPoolEntry::Rank;
 
@@ -93,13 +103,15 @@ CBufferPoolEntry* CDiskFileData::findOldest(std::int64_t limit) {
             CBufferPoolEntry& entry = *g_bufferPoolEntryArray[start + i];
             if (rank >= limit || entry.isInUse()) continue;
             oldest = &entry;
-            limit = rank;  // of a free entry: no other one is smaller
+            if (rank == CBufferPoolEntry::kRankOfFree) return oldest;
+            limit = rank;
         }
     }
     return oldest;
 }
 
 void CDiskFileData::releaseBufferRef(CPartialFileData* slice) {
+    if (!poolIsThere) return slice->setSampleBufferRef(nullptr);
     const CAutoMutex lock(*g_bufferPoolMutex);
     const CBufferPoolEntryRef entry = slice->getBufferPoolRef();
     if (!entry) return;  // taken away before the lock was had

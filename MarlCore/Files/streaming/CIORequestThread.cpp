@@ -1,15 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/Files/streaming/CIORequestThread.h>
 
+#include <MarlCore/Files/streaming/CBufferPoolEntry.h>
+
 namespace marl {
 namespace {
+
+/// A slice at least, of any width: who asks for all of a long range each time has all of it looked at each
+/// time.
+constexpr int kMostSamplesAtOnce = CBufferPoolEntry::kBufferSize;
 
 /// Reads from `first` to `last` by the pieces that the data has, each of which stays in memory.
 void load(IFileData& data, int first, int last) {
     if (data.isSampleRangeLoaded(first, last)) return;
     for (;;) {
         int outLast = first;
-        const void* const samples = data.readSamples(first, last, &outLast, true);
+        const int end = last - first < kMostSamplesAtOnce ? last : first + kMostSamplesAtOnce - 1;
+        const void* const samples = data.readSamples(first, end, &outLast, true);
         const bool isPastTheEnd = outLast < first || (!samples && outLast == first);
         if (outLast >= last || isPastTheEnd) return;
         first = outLast + 1;
