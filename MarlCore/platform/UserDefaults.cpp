@@ -28,10 +28,10 @@ void require(bool holds) {
 }
 
 /// Keeps all other writers of the settings at `path` away, in this process and in others. A file of its own
-/// holds the lock: the settings' file changes its identity with every write.
+/// holds the lock, beside the one behind all links: the settings' file changes its identity with every write.
 class WritersLock {
 public:
-    explicit WritersLock(const std::string& path) : m_file(open(path + ".lock")) {
+    explicit WritersLock(const std::string& path) : m_file(open(path)) {
         require(m_file.get() >= 0);
         int status;
         do status = ::flock(m_file.get(), LOCK_EX);
@@ -42,7 +42,8 @@ public:
 private:
     static int open(const std::string& path) {
         fs::create_directories(fs::path(path).parent_path());
-        return ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        const std::string file = fileBehindLinks(path) + ".lock";
+        return ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     }
 
     const FileDescriptor m_file;
@@ -141,8 +142,8 @@ std::optional<Dictionary> UserDefaults::readOrSetAside() const {
     try {
         return settingsIn(m_path);
     } catch (const PropertyListError& error) {
-        const std::string aside = freeNameBeside(m_path);
-        fs::rename(m_path, aside);
+        const std::string file = fileBehindLinks(m_path), aside = freeNameBeside(file);
+        fs::rename(file, aside);
         say("damaged (" + error.reason() + "); kept as '" + aside + "'");
         return std::nullopt;
     }

@@ -27,7 +27,8 @@ namespace platform {
 /// and changes nothing.
 ///
 /// A damaged file is renamed to "PATH.damaged" (or "PATH.damaged-2" …), never overwritten, and a file that
-/// cannot be read stays; the defaults apply, and the message handler is told once. [main thread]
+/// cannot be read stays; the defaults apply, and the message handler is told once. Symbolic links stay as
+/// they are: what is beside the file is beside the one that they lead to. [main thread]
 class MARLCORE_EXPORT UserDefaults {
 public:
     using Dictionary = PropertyList::Dictionary;

@@ -20,13 +20,6 @@ namespace {
     throw std::system_error(errno, std::generic_category());
 }
 
-/// The file that `path` leads to; `path` itself while there is none.
-std::string withoutLinks(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
-    if (!resolved && errno != ENOENT) failWithErrno();
-    return resolved ? resolved.get() : path;
-}
-
 /// The permissions that the new file takes over.
 mode_t permissionsFor(const std::string& target) {
     struct stat status;
@@ -102,6 +95,17 @@ std::string wordsFor(const std::system_error& error) {
     }
 }
 
+std::string fileBehindLinks(const std::string& path) {
+    namespace fs = std::filesystem;
+    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
+    if (resolved) return resolved.get();
+    if (errno != ENOENT) failWithErrno();
+    // No links in a circle, which is another error: each of them leads on.
+    std::error_code isNoLink;
+    const fs::path next = fs::read_symlink(path, isNoLink);
+    return isNoLink ? path : fileBehindLinks((fs::path(path).parent_path() / next).string());
+}
+
 std::string readWholeFile(const std::string& path, std::size_t most) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
@@ -120,7 +124,7 @@ std::string readWholeFile(const std::string& path, std::size_t most) {
 }
 
 void replaceWholeFile(const std::string& path, std::string_view contents) {
-    const std::string target = withoutLinks(path);
+    const std::string target = fileBehindLinks(path);
     const mode_t permissions = permissionsFor(target);
     Replacement replacement(target);
     if (::fchmod(replacement.descriptor(), permissions) != 0) failWithErrno();

@@ -140,19 +140,6 @@ TEST_F(Settings, OfTwoWritersAreAllKept) {
     EXPECT_EQ(one.integerForKey("c"), 3);
 }
 
-TEST_F(Settings, OfManyWritersAtOnceAreAllKept) {
-    constexpr int kWriters = 4, kKeys = 12;
-    std::vector<std::thread> writers;
-    for (int writer = 0; writer < kWriters; ++writer)
-        writers.emplace_back([this, writer] {
-            UserDefaults settings(m_path);
-            for (int key = 0; key < kKeys; ++key)
-                settings.setInteger(key, std::to_string(writer) + " " + std::to_string(key));
-        });
-    for (std::thread& writer : writers) writer.join();
-    EXPECT_EQ(inFile().asDictionary()->size(), std::size_t{kWriters * kKeys});
-}
-
 TEST_F(Settings, ThatXMLCannotHoldChangeNothing) {
     const auto settings = open();
     settings->setInteger(1, "a");
@@ -231,20 +218,51 @@ TEST_F(Settings, WithoutAHomeFolderCountInThisProcess) {
     EXPECT_EQ(settings.integerForKey("a"), 1);
 }
 
-TEST_F(Settings, LeaveLinksAndPermissionsAsTheyAre) {
-    const std::string target = m_folder.write("dotfiles/real.plist", PropertyList().toXML());
-    fs::create_directories(m_folder.path("sub/folder"));
-    fs::create_symlink(target, m_path);
-    ASSERT_EQ(::chmod(target.c_str(), 0640), 0);
-    UserDefaults(m_path).setInteger(1, "a");
-    EXPECT_TRUE(fs::is_symlink(m_path));
-    EXPECT_EQ(PropertyList::load(target), Dictionary({{"a", 1}}));
-    EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
-    fs::remove(m_path);
-    m_folder.write("sub/folder/preferences.plist.new", "left by a process that was killed");
+TEST_F(Settings, LeavePermissionsAsTheyAre) {
     UserDefaults(m_path).setInteger(1, "a");
     EXPECT_EQ(static_cast<int>(fs::status(m_path).permissions()), 0600);
+    ASSERT_EQ(::chmod(m_path.c_str(), 0640), 0);
+    m_folder.write("sub/folder/preferences.plist.new", "left by a process that was killed");
+    UserDefaults(m_path).setInteger(2, "a");
+    EXPECT_EQ(static_cast<int>(fs::status(m_path).permissions()), 0640);
     EXPECT_FALSE(fs::exists(m_path + ".new"));
+}
+
+/// Two paths that lead to one file, which has a name of its own.
+class LinkedSettings : public Settings {
+protected:
+    LinkedSettings() {
+        fs::create_directories(m_folder.path("sub/folder"));
+        fs::create_directories(m_folder.path("dotfiles"));
+        fs::create_symlink("../../dotfiles/link", m_path);
+        fs::create_symlink("real.plist", m_folder.path("dotfiles/link"));
+    }
+
+    const std::string m_otherPath = m_folder.path("dotfiles/link"),
+                      m_target = m_folder.path("dotfiles/real.plist");
+};
+
+TEST_F(LinkedSettings, StayLinked) {
+    UserDefaults(m_path).setInteger(1, "a");  // makes the file that the link leads to
+    EXPECT_EQ(PropertyList::load(m_target), Dictionary({{"a", 1}}));
+    m_folder.write("dotfiles/real.plist", "garbage");
+    open()->setInteger(2, "a");
+    EXPECT_EQ(contentsOf(m_target + ".damaged"), "garbage");
+    EXPECT_TRUE(fs::is_symlink(m_path) && fs::is_regular_file(m_target));
+    EXPECT_EQ(inFile(), Dictionary({{"a", 2}}));
+}
+
+TEST_F(LinkedSettings, OfManyWritersAtOnceAreAllKept) {
+    constexpr int kWriters = 4, kKeys = 12;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < kWriters; ++writer)
+        writers.emplace_back([this, writer] {
+            UserDefaults settings(writer % 2 ? m_path : m_otherPath);
+            for (int key = 0; key < kKeys; ++key)
+                settings.setInteger(key, std::to_string(writer) + " " + std::to_string(key));
+        });
+    for (std::thread& writer : writers) writer.join();
+    EXPECT_EQ(inFile().asDictionary()->size(), std::size_t{kWriters * kKeys});
 }
 
 }  // namespace
