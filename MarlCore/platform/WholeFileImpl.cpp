@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,15 +21,23 @@ namespace {
     throw std::system_error(errno, std::generic_category());
 }
 
-/// The permissions that the new file takes over.
-mode_t permissionsFor(const std::string& target) {
+/// The owner and permissions that the new file takes over; nothing where there is no old one.
+std::optional<struct stat> statusToKeep(const std::string& target) {
     struct stat status;
     if (::stat(target.c_str(), &status) != 0) {
         if (errno != ENOENT) failWithErrno();
-        return 0600;
+        return std::nullopt;
     }
     if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) failWithErrno();
-    return status.st_mode & 0777U;
+    return status;
+}
+
+/// The owner first: a change of it takes permissions back. EINVAL is for owners that a container does not
+/// know.
+void keep(const struct stat& status, int fd) {
+    const bool isGiven = ::fchown(fd, status.st_uid, status.st_gid) == 0;
+    if (!isGiven && errno != EPERM && errno != EINVAL) failWithErrno();
+    if (::fchmod(fd, status.st_mode & 0777U) != 0) failWithErrno();
 }
 
 void writeAll(int fd, std::string_view contents) {
@@ -125,9 +134,9 @@ std::string readWholeFile(const std::string& path, std::size_t most) {
 
 void replaceWholeFile(const std::string& path, std::string_view contents) {
     const std::string target = fileBehindLinks(path);
-    const mode_t permissions = permissionsFor(target);
+    const auto status = statusToKeep(target);
     Replacement replacement(target);
-    if (::fchmod(replacement.descriptor(), permissions) != 0) failWithErrno();
+    if (status) keep(*status, replacement.descriptor());
     writeAll(replacement.descriptor(), contents);
     replacement.takePlace();
     syncFolderOf(target);

@@ -25,8 +25,8 @@ std::string fileBehindLinks(const std::string& path);
 /// Gives the file at `path` new contents. Whenever the process or the machine stops, the file is whole: the
 /// old one (or none), or the new one, which is on the disk once this returns. Written beside the file behind
 /// the links, with ".new" at the end, and renamed; so the caller keeps other writers of that file away. A
-/// symbolic link stays one, and an old file's permissions stay; a new file is its owner's alone. One that
-/// this process may not write to is not replaced.
+/// symbolic link stays one, and an old file's permissions stay, as does its owner where this process may give
+/// files away; a new file is its owner's alone. One that this process may not write to is not replaced.
 void replaceWholeFile(const std::string& path, std::string_view contents);
 
 }  // namespace platform

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "support/TemporaryFolder.h"
 
@@ -218,13 +219,19 @@ TEST_F(Settings, WithoutAHomeFolderCountInThisProcess) {
     EXPECT_EQ(settings.integerForKey("a"), 1);
 }
 
-TEST_F(Settings, LeavePermissionsAsTheyAre) {
+TEST_F(Settings, LeaveOwnerAndPermissionsAsTheyAre) {
     UserDefaults(m_path).setInteger(1, "a");
     EXPECT_EQ(static_cast<int>(fs::status(m_path).permissions()), 0600);
+    // As by root for a user, where the test may give files away.
+    const bool isGiven = ::chown(m_path.c_str(), 1234, static_cast<gid_t>(-1)) == 0;
+    const uid_t owner = isGiven ? 1234 : ::geteuid();
     ASSERT_EQ(::chmod(m_path.c_str(), 0640), 0);
     m_folder.write("sub/folder/preferences.plist.new", "left by a process that was killed");
     UserDefaults(m_path).setInteger(2, "a");
-    EXPECT_EQ(static_cast<int>(fs::status(m_path).permissions()), 0640);
+    struct stat status;
+    ASSERT_EQ(::stat(m_path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, owner);
+    EXPECT_EQ(status.st_mode & 0777, 0640u);
     EXPECT_FALSE(fs::exists(m_path + ".new"));
 }
 
