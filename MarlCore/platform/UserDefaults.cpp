@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -49,19 +50,33 @@ private:
     const FileDescriptor m_file;
 };
 
-/// Empty while there is no file. Throws `std::system_error` for one that cannot be read, and
-/// `PropertyListError` for one that makes no sense.
+/// Why a file makes no sense.
+class Damage : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Empty while there is no file. Throws `Damage`, or `std::system_error` for a file that cannot be read.
 Dictionary settingsIn(const std::string& path) {
-    std::string contents;
     try {
-        contents = readWholeFile(path, PropertyList::kLargestFile);
+        PropertyList list = PropertyList::parse(readWholeFile(path, PropertyList::kLargestFile));
+        if (Dictionary* const settings = list.asDictionary()) return std::move(*settings);
+        throw Damage("not a dictionary of settings");
+    } catch (const PropertyListError& error) {
+        throw Damage(error.reason());
     } catch (const std::system_error& error) {
         if (error.code().value() == ENOENT) return {};
         throw;
     }
-    PropertyList list = PropertyList::parse(contents);
-    if (Dictionary* const settings = list.asDictionary()) return std::move(*settings);
-    throw PropertyListError(0, "not a dictionary of settings");
+}
+
+bool isDamaged(const std::string& path) {
+    try {
+        settingsIn(path);
+        return false;
+    } catch (const Damage&) {
+        return true;
+    }
 }
 
 /// Nothing removes the entry.
@@ -109,10 +124,13 @@ UserDefaults& UserDefaults::standardUserDefaults() {
     return defaults;
 }
 
-void UserDefaults::say(const std::string& problem) const {
-    const std::string message = m_path + ": " + problem;
+void UserDefaults::say(const std::string& message) const {
     if (m_messageHandler) return m_messageHandler(message);
     std::fprintf(stderr, "%s\n", message.c_str());
+}
+
+void UserDefaults::fail(const std::string& problem, const std::system_error& error) const {
+    throw Exception("UserDefaultsError", m_path + ": " + problem + wordsFor(error));
 }
 
 // ---- The file ----
@@ -123,46 +141,74 @@ void UserDefaults::load() {
 
 void UserDefaults::read() {
     if (m_path.empty()) return;
-    std::string problem = "cannot be read: ";
+    std::string problem;
     try {
-        try {
-            m_set = settingsIn(m_path);
-        } catch (const PropertyListError& error) {
-            problem = "damaged (" + error.reason() + "), and cannot be renamed: ";
-            const WritersLock lock(m_path);
-            m_set = readOrSetAside().value_or(m_set);
-        }
-    } catch (const std::system_error& error) {
-        say(problem + wordsFor(error) + "; the defaults apply");
+        withoutDamage([this] { m_set = withPending(settingsInFile()); });
+    } catch (const Exception& failure) {
+        problem = failure.reason();
     }
+    const bool isNew = std::exchange(m_problem, problem) != problem;
+    if (isNew && !problem.empty()) say(problem + "; the defaults apply");
 }
 
-/// The file's settings, or nothing where a damaged file had to make room. For the holder of the lock.
-std::optional<Dictionary> UserDefaults::readOrSetAside() const {
+Dictionary UserDefaults::settingsInFile() const {
     try {
         return settingsIn(m_path);
-    } catch (const PropertyListError& error) {
-        const std::string file = fileBehindLinks(m_path), aside = freeNameBeside(file);
-        fs::rename(file, aside);
-        say("damaged (" + error.reason() + "); kept as '" + aside + "'");
-        return std::nullopt;
+    } catch (const std::system_error& error) {
+        fail("cannot be read: ", error);
     }
 }
 
-/// Where the file has been damaged since it was read, what is known of it is the best there is.
-void UserDefaults::mergeIntoFile() {
-    const WritersLock lock(m_path);
-    const auto inFile = readOrSetAside();
-    Dictionary merged = inFile.value_or(m_set);
-    for (const auto& [key, value] : m_pending) put(merged, key, value);
-    if (inFile != merged) {
-        const std::string xml = PropertyList(merged).toXML();
-        if (xml.size() > PropertyList::kLargestFile)  // would not be read again
-            throw std::system_error(EOVERFLOW, std::generic_category());
-        replaceWholeFile(m_path, xml);
+Dictionary UserDefaults::withPending(Dictionary settings) const {
+    for (const auto& [key, value] : m_pending) put(settings, key, value);
+    return settings;
+}
+
+/// Has `use` read the file, until it makes sense.
+void UserDefaults::withoutDamage(const std::function<void()>& use) {
+    for (;;) {
+        try {
+            return use();
+        } catch (const Damage& damage) {
+            setAside(damage.what());
+        }
     }
-    m_set = std::move(merged);
-    m_pending.clear();
+}
+
+/// What is known of a damaged file is the best there is: it is written again with the next setting. Told
+/// without the lock, for who is told may set something.
+void UserDefaults::setAside(const std::string& reason) {
+    const std::string damage = "damaged (" + reason + ")";
+    std::string aside;
+    try {
+        const WritersLock lock(m_path);
+        if (!isDamaged(m_path)) return;  // another process was here first
+        const std::string file = fileBehindLinks(m_path);
+        aside = freeNameBeside(file);
+        fs::rename(file, aside);
+    } catch (const std::system_error& error) {
+        fail(damage + ", and cannot be renamed: ", error);
+    }
+    for (const auto& [key, value] : m_set) m_pending.try_emplace(key, value);
+    say(m_path + ": " + damage + "; kept as '" + aside + "'");
+}
+
+void UserDefaults::mergeIntoFile() {
+    try {
+        const WritersLock lock(m_path);
+        const Dictionary inFile = settingsIn(m_path);
+        Dictionary merged = withPending(inFile);
+        if (inFile != merged) {
+            const std::string xml = PropertyList(merged).toXML();
+            if (xml.size() > PropertyList::kLargestFile)  // would not be read again
+                throw std::system_error(EOVERFLOW, std::generic_category());
+            replaceWholeFile(m_path, xml);
+        }
+        m_set = std::move(merged);
+        m_pending.clear();
+    } catch (const std::system_error& error) {
+        fail("cannot be written: ", error);
+    }
 }
 
 void UserDefaults::synchronize() {
@@ -172,11 +218,7 @@ void UserDefaults::synchronize() {
     }
     if (m_path.empty())
         throw Exception("UserDefaultsError", "settings cannot be kept: there is no home folder");
-    try {
-        mergeIntoFile();
-    } catch (const std::system_error& error) {
-        throw Exception("UserDefaultsError", m_path + ": cannot be written: " + wordsFor(error));
-    }
+    withoutDamage([this] { mergeIntoFile(); });
 }
 
 // ---- Values ----

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace platform {
 
@@ -46,7 +47,8 @@ public:
 
     const std::string& path() const noexcept { return m_path; }
 
-    /// Told in one sentence, path first, of a file that cannot be used. Without one, standard error is.
+    /// Told in one sentence, path first, of a file that cannot be used. May read and set settings. Without
+    /// one, standard error is told.
     void setMessageHandler(MessageHandler handler) { m_messageHandler = std::move(handler); }
 
     /// Adds defaults, in place of older ones of the same keys. They count where nothing is set, and are not
@@ -83,16 +85,21 @@ private:
     const PropertyList* find(std::string_view key);
     void load();
     void read();
-    std::optional<Dictionary> readOrSetAside() const;
-    void change(std::string_view key, std::optional<PropertyList> value);
+    Dictionary settingsInFile() const;
+    Dictionary withPending(Dictionary settings) const;
+    void withoutDamage(const std::function<void()>& use);
+    void setAside(const std::string& reason);
     void mergeIntoFile();
-    void say(const std::string& problem) const;
+    void change(std::string_view key, std::optional<PropertyList> value);
+    void say(const std::string& message) const;
+    [[noreturn]] void fail(const std::string& problem, const std::system_error& error) const;
 
     const std::string m_path;
     MessageHandler m_messageHandler;
     Dictionary m_registered;
     Dictionary m_set;  // as in the file, with what is pending
     std::map<std::string, std::optional<PropertyList>, std::less<>> m_pending;  // nothing: removed
+    std::string m_problem;  // why the file cannot be read; empty: it can
     bool m_isLoaded = false;
 };
 

@@ -176,15 +176,29 @@ TEST_F(Settings, InADamagedFileAreKeptAsideAndNotedOnce) {
 }
 
 TEST_F(Settings, AreWrittenAgainWhenTheFileIsDamagedMeanwhile) {
-    const auto settings = open();
-    settings->setInteger(1, "a");
+    for (const bool isNoticedByReading : {true, false}) {
+        const auto settings = open();
+        settings->setInteger(1, "a");
+        m_folder.write("sub/folder/preferences.plist", "garbage");
+        if (isNoticedByReading) settings->synchronize();
+        EXPECT_EQ(settings->integerForKey("a"), 1);
+        settings->setInteger(2, "b");
+        EXPECT_EQ(inFile(), Dictionary({{"a", 1}, {"b", 2}}));
+        EXPECT_EQ(contentsOf(m_path + ".damaged"), "garbage");
+        fs::remove(m_path);  // that, on the other hand, is meant
+        settings->setInteger(3, "c");
+        EXPECT_EQ(inFile(), Dictionary({{"c", 3}}));
+        fs::remove(m_path);
+        fs::remove(m_path + ".damaged");
+    }
+}
+
+TEST_F(Settings, MayBeSetByWhoIsToldOfDamage) {
     m_folder.write("sub/folder/preferences.plist", "garbage");
-    settings->setInteger(2, "b");
-    EXPECT_EQ(inFile(), Dictionary({{"a", 1}, {"b", 2}}));
-    EXPECT_EQ(contentsOf(m_path + ".damaged"), "garbage");
-    fs::remove(m_path);  // that, on the other hand, is meant
-    settings->setInteger(3, "c");
-    EXPECT_EQ(inFile(), Dictionary({{"c", 3}}));
+    UserDefaults settings(m_path);
+    settings.setMessageHandler([&](const std::string&) { settings.setBool(true, "was told"); });
+    settings.setInteger(1, "a");
+    EXPECT_EQ(inFile(), Dictionary({{"a", 1}, {"was told", true}}));
 }
 
 TEST_F(Settings, ThatCannotBeWrittenCountInThisProcessAndGoWithTheNext) {
@@ -205,6 +219,7 @@ TEST_F(Settings, InAFileThatCannotBeReadStayThere) {
     fs::create_directories(m_path);  // a folder in its place
     const auto settings = open();
     EXPECT_EQ(settings->integerForKey("a"), 0);
+    settings->synchronize();  // says nothing new
     EXPECT_EQ(m_messages, m_path + ": cannot be read: is no regular file; the defaults apply\n");
     EXPECT_EQ(faultOf([&] { settings->setInteger(1, "a"); }),
               m_path + ": cannot be written: is no regular file");
