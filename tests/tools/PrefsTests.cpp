@@ -77,6 +77,8 @@ TEST_F(Prefs, TakeWhatTheirTypeAllows) {
         {"Style", "", ""},
         {"Style", "C:\\\xC3\xA9 -x", "C:\\\xC3\xA9 -x"},
         {"Favorites", "[ \"/a\", [1, 0.5, -9223372036854775808] ]", "[\"/a\",[1,0.5,-9223372036854775808]]"},
+        {"Favorites", "[9223372036854775807, 9223372036854775808, 18446744073709551615]",
+         "[9223372036854775807,9.223372036854776e+18,1.8446744073709552e+19]"},
         {"Layout", "{\"w\": {\"open\": true}}", "{\"w\":{\"open\":true}}"},
         {std::string(MarlPeaksTableIntervalKey), "1", "1"},
         {std::string(MarlWaveformOpacityKey), "0", "0.0"},

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace marl::tool {
 namespace {
@@ -118,6 +119,12 @@ json jsonOf(const PropertyList& value) {
     return "(a date)";
 }
 
+/// JSON does not bound its integers; those that a setting cannot hold become reals.
+bool isInteger(const json& value) {
+    if (!value.is_number_unsigned()) return value.is_number_integer();
+    return std::in_range<std::int64_t>(value.get<std::uint64_t>());
+}
+
 PropertyList listFrom(const json& value, int depth);
 
 PropertyList::Dictionary dictionaryFrom(const json& object, int depth) {
@@ -139,8 +146,7 @@ PropertyList listFrom(const json& value, int depth) {
     if (value.is_array()) return arrayFrom(value, depth + 1);
     if (value.is_string()) return value.get<std::string>();
     if (value.is_boolean()) return value.get<bool>();
-    if (value.is_number_integer() && value <= std::numeric_limits<std::int64_t>::max())
-        return value.get<std::int64_t>();
+    if (isInteger(value)) return value.get<std::int64_t>();
     if (value.is_number()) return value.get<double>();
     throw BadPreferenceValue("null has no place in a setting");
 }
