@@ -3,6 +3,7 @@
 
 #include <MarlCore/platform/KeyedArchiver.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 
@@ -15,10 +16,10 @@ std::uint8_t byteOf(float part) noexcept {
     return static_cast<std::uint8_t>(static_cast<double>(part) * 255.0);
 }
 
-/// Numbers that are no floats must not become any.
+/// In range before it becomes a float, which cannot hold every number of an archive. No number is 0.
 float partOf(const KeyedUnarchiver& coder, std::string_view key) {
     const double part = coder.decodeDouble(key);
-    return part < 1 ? static_cast<float>(part) : 1;
+    return part > 0 ? static_cast<float>(std::min(part, 1.0)) : 0;
 }
 
 }  // namespace

@@ -67,9 +67,8 @@ TEST(Color, IsInRangeFromAnyArchive) {
     const PropertyList::Dictionary parts = {{"red", 1e300}, {"green", -1e300}, {"blue", double{kNaN}}};
     const std::string xml =
         PropertyList(PropertyList::Dictionary{{"class", "Color"}, {"parts", parts}}).toXML();
-    const auto color = KeyedUnarchiver::unarchiveObjectWithData<Color>(std::as_bytes(std::span(xml)));
-    ASSERT_TRUE(color);
-    EXPECT_TRUE(*color == Color(1, 0, 0, 0) || *color == Color(1, 0, 1, 0));  // NaN: either end
+    EXPECT_EQ(KeyedUnarchiver::unarchiveObjectWithData<Color>(std::as_bytes(std::span(xml))),
+              Color(1, 0, 0, 0));
 }
 
 TEST(Image, CopiesShareWhatIsShown) {
