@@ -48,6 +48,7 @@ void RunLoop::addTimer(const TimerRef& timer) {
 }
 
 void RunLoop::addTimer(const TimerRef& timer, double now) {
+    assertParameter(std::isfinite(now), "now is finite");
     if (!timer->m_isValid || timer->m_loop) return;
     m_timers.push_back(timer);
     timer->m_loop = this;

@@ -17,7 +17,8 @@ namespace platform {
 /// - its own loop waits for file descriptors: until `fileDescriptor()` becomes readable, then
 ///   `fireDueTimers(AbsoluteTimeGetCurrent())`.
 ///
-/// Dates are finite seconds of `AbsoluteTimeGetCurrent`, a clock that never goes back. [one thread]
+/// Dates are finite seconds of `AbsoluteTimeGetCurrent`, a clock that never goes back; an `Exception` is
+/// thrown for others. [one thread]
 class MARLCORE_EXPORT RunLoop {
 public:
     RunLoop() = default;
@@ -42,10 +43,11 @@ public:
     /// due at its next beat after `now`. Handlers may invalidate and add timers: who is added has its first
     /// call with the next `fireDueTimers`. An exception of a handler is thrown on at once: its own timer
     /// stays in beat, and those that were still to be called stay due. A handler may run the loop in turn;
-    /// its own timer is passed over then. Throws `Exception` for a date that is not finite.
+    /// its own timer is passed over then.
     void fireDueTimers(double now);
 
-    /// Calls timers as they fall due, and sleeps in between, until `date` or until no timer is left.
+    /// Calls timers as they fall due, and sleeps in between, until `date` (which may be infinite) or until no
+    /// timer is left.
     void runUntil(double date);
 
     /// A descriptor that is readable (`POLLIN`) while a timer is due. Made when first asked for; owned by the

@@ -76,8 +76,10 @@ TEST_F(Timers, KeepTheirBeatWhateverTheClockDoes) {
     }
     EXPECT_EQ(callsAt(1e300), "a");  // where an interval is less than what tells two dates apart
     for (const double now :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()})
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         EXPECT_THROW(m_loop.fireDueTimers(now), Exception);
+        EXPECT_THROW(m_loop.addTimer(std::make_shared<Timer>(1, true, [](Timer&) {}), now), Exception);
+    }
 }
 
 TEST_F(Timers, TakeOddIntervalsForTheShortest) {
