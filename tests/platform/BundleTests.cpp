@@ -14,26 +14,20 @@ namespace {
 
 using support::EnvironmentVariable;
 
-TEST(Bundle, PrefersTheFolderThatTheEnvironmentNames) {
+TEST(Bundle, LooksWhereTheEnvironmentSaysAndThenFurther) {
     const support::TemporaryFolder folder;
-    const EnvironmentVariable resources("MARLCORE_RESOURCES", folder.path().c_str());
-    const std::string path = folder.write("Some Name.plist", "x");
-    EXPECT_EQ(Bundle::pathForResource("Some Name", "plist"), path);
-    EXPECT_EQ(Bundle::pathForResource("Some Name", "dat"), std::nullopt);
-}
-
-TEST(Bundle, LooksFurtherForWhatAFolderDoesNotHold) {
-    const support::TemporaryFolder folder;
-    const auto elsewhere = [&](const char* variable) {
+    const auto dictionaryIn = [&](const char* variable) {
         const EnvironmentVariable resources("MARLCORE_RESOURCES", variable);
+        EXPECT_EQ(Bundle::pathForResource("Keyword Dictionary", "dat"), std::nullopt);
         return Bundle::pathForResource("Keyword Dictionary", "plist");
     };
     std::filesystem::create_directory(folder.path("Keyword Dictionary.plist"));  // no file
-    const auto shipped = elsewhere(nullptr);
+    const auto shipped = dictionaryIn(nullptr);
     ASSERT_TRUE(shipped);
-    EXPECT_EQ(elsewhere(folder.path().c_str()), shipped);
-    EXPECT_EQ(elsewhere(folder.path("missing").c_str()), shipped);
-    EXPECT_EQ(elsewhere(""), shipped);
+    for (const std::string& named : {folder.path(), folder.path("missing"), std::string()})
+        EXPECT_EQ(dictionaryIn(named.c_str()), shipped);
+    const std::string own = folder.write("own/Keyword Dictionary.plist", "x");
+    EXPECT_EQ(dictionaryIn(folder.path("own").c_str()), own);
 }
 
 TEST(Bundle, KnowsTheInstallationThatTheLibraryBelongsTo) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/platform/BitmapImageRep.h>
 #include <MarlCore/platform/Color.h>
-#include <MarlCore/platform/Image.h>
 #include <MarlCore/platform/KeyedArchiver.h>
 
 #include <gtest/gtest.h>
@@ -56,32 +55,12 @@ TEST(Color, IsRedGreenBlueAlphaInMemory) {
     }
 }
 
-TEST(Color, ComesBackFromItsArchive) {
-    for (const Color& color : {Color(0.1f, 0.2f, 0.3f, 0.7f), Color(1, 1, 1), Color(0, 0, 0, 0)})
-        EXPECT_EQ(
-            KeyedUnarchiver::unarchiveObjectWithData<Color>(KeyedArchiver::archivedDataWithRootObject(color)),
-            color);
-}
-
 TEST(Color, IsInRangeFromAnyArchive) {
     const PropertyList::Dictionary parts = {{"red", 1e300}, {"green", -1e300}, {"blue", double{kNaN}}};
     const std::string xml =
         PropertyList(PropertyList::Dictionary{{"class", "Color"}, {"parts", parts}}).toXML();
     EXPECT_EQ(KeyedUnarchiver::unarchiveObjectWithData<Color>(std::as_bytes(std::span(xml))),
               Color(1, 0, 0, 0));
-}
-
-TEST(Image, CopiesShareWhatIsShown) {
-    Image image({200.5f, 100});
-    image.setCacheMode(ImageCacheNever);
-    image.addRepresentation(nullptr);
-    image.addRepresentation(BitmapImageRep::create(200, 100));
-    const Image copy = image;
-    image.addRepresentation(BitmapImageRep::create(1, 1));
-    EXPECT_EQ(copy.size(), (Size{200.5f, 100}));
-    EXPECT_EQ(copy.cacheMode(), 3);
-    ASSERT_EQ(copy.representations().size(), 1u);
-    EXPECT_EQ(copy.representations()[0], image.representations()[0]);
 }
 
 }  // namespace

@@ -68,15 +68,6 @@ TEST_F(Settings, LieOverTheDefaultsAndAreAllThatIsWritten) {
     EXPECT_EQ(settings.registrationDomain(), Dictionary({{"a", 1}, {"b", 3}, {"c", 4}}));
 }
 
-TEST_F(Settings, ComeBackWithTheirTypes) {
-    const PropertyList values[] = {
-        true, 3, 0.1, "text", Array{1, "x"}, Dictionary{{"k", false}}, PropertyList::Data(3)};
-    for (const PropertyList& value : values) {
-        UserDefaults(m_path).setObject(value, "key");
-        EXPECT_EQ(UserDefaults(m_path).objectForKey("key"), value);
-    }
-}
-
 TEST_F(Settings, AreConvertedBetweenNumbersAndNothingElse) {
     constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
     constexpr float kLargest = std::numeric_limits<float>::max();

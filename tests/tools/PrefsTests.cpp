@@ -145,16 +145,6 @@ TEST_F(Prefs, AreListedWithWhoSetThem) {
     EXPECT_EQ(faultOfSetting("Own", "text"), "");
 }
 
-TEST_F(Prefs, ReturnToTheirDefaults) {
-    std::ostringstream err;
-    EXPECT_EQ(runPrefsReset(m_settings, "Rows", err), kDone);
-    EXPECT_FALSE(fs::exists(m_settings.path()));  // nothing to do
-    EXPECT_EQ(faultOfSetting("Rows", "9"), "");
-    EXPECT_EQ(runPrefsReset(m_settings, "Rows", err), kDone);
-    EXPECT_EQ(get("Rows"), "8\n");
-    EXPECT_EQ(PropertyList::load(m_settings.path()), Dictionary());
-}
-
 TEST_F(Prefs, HelpToFindTheirNames) {
     EXPECT_EQ(faultOfSetting("gian", "1"), "there is no such setting; did you mean 'Gain'?");
     EXPECT_EQ(faultOfSetting("Peak Table Interval", "1"),
@@ -186,11 +176,14 @@ protected:
 };
 
 TEST_F(PrefsProcess, SetsGetsAndResets) {
+    EXPECT_EQ(prefs({"reset", "Default Tempo"}).status, 0);
+    EXPECT_FALSE(fs::exists(m_path));  // nothing to do
     EXPECT_EQ(prefs({"set", "Default Tempo", "97.5"}).status, 0);
     EXPECT_EQ(prefs({"get", "Default Tempo"}).out, "97.5\n");
     EXPECT_EQ(PropertyList::load(m_path), Dictionary({{"Default Tempo", 97.5}}));
     EXPECT_EQ(prefs({"reset", "Default Tempo"}).status, 0);
     EXPECT_EQ(prefs({"get", "Default Tempo"}).out, "120.0\n");
+    EXPECT_EQ(PropertyList::load(m_path), Dictionary());
     EXPECT_EQ(prefs({"list"}, {.standardOutput = support::StandardOutput::kFullDevice}).status, 1);
 }
 
