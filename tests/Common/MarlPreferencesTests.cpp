@@ -6,9 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <concepts>
 #include <cstdlib>
 #include <limits>
+#include <map>
 #include <memory>
+#include <vector>
 
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
@@ -44,68 +47,42 @@ protected:
 std::unique_ptr<support::TemporaryFolder> Preferences::s_home;
 std::unique_ptr<support::EnvironmentVariable> Preferences::s_variable;
 
+std::vector<std::string_view> listOf(std::same_as<std::string_view> auto... names) {
+    return {names...};
+}
+
 /// The keys by the type that their users read.
 const std::map<Type, std::vector<std::string_view>> kKeys = {
     {Type::kReal,
-     {MarlDefaultSampleRateKey,
-      MarlDefaultSongDurationKey,
-      MarlDefaultPatternDurationKey,
-      MarlDefaultRowGainKey,
-      MarlDefaultRowPanKey,
-      MarlDefaultMasterGainKey,
-      MarlDefaultMasterPanKey,
-      MarlMinimumGainKey,
-      MarlMaximumGainKey,
-      MarlMinimumPanKey,
-      MarlMaximumPanKey,
-      MarlMinimumTempoKey,
-      MarlMaximumTempoKey,
-      MarlDefaultTempoKey,
-      MarlDefaultLoopRangeStartKey,
-      MarlDefaultLoopRangeEndKey,
-      MarlHorizontalZoomFactorKey,
-      MarlVerticalZoomFactorKey,
-      MarlMinimumPixelsPerBeatKey,
-      MarlDefaultPixelsPerBeatKey,
-      MarlDefaultVerticalZoomKey,
-      MarlDefaultPatternRowHeightKey,
-      MarlDefaultTrackHeightKey,
-      MarlAudioSectionMarginKey,
-      MarlAudioSectionGrowMarginKey,
-      MarlAudioSectionLabelFontSizeKey,
-      MarlWaveformOpacityKey,
-      MarlGhostedAudioSectionOpacityKey,
-      MarlPatternRowHeightKey,
-      MarlPatternMarginKey,
-      MarlPatternGrowMarginKey,
-      MarlPatternLabelFontSizeKey,
-      MarlVideoRowHeightKey,
-      MarlBeatsRulerHeightKey,
-      MarlBeatsLabelFontSizeKey,
-      MarlTickHeightKey,
-      MarlSecondsRulerHeightKey,
-      MarlSecondsLabelFontSizeKey,
-      MarlTimelineAutoScrollRateKey,
-      MarlHorizontalArrowScrollAmountKey,
-      MarlVerticalArrowScrollAmountKey,
-      EffectParameterTextFieldWidth,
-      MarlFadeTimeKey,
-      MarlMaxRecordingDurationKey}},
+     listOf(MarlDefaultSampleRateKey, MarlDefaultSongDurationKey, MarlDefaultPatternDurationKey,
+            MarlDefaultRowGainKey, MarlDefaultRowPanKey, MarlDefaultMasterGainKey, MarlDefaultMasterPanKey,
+            MarlMinimumGainKey, MarlMaximumGainKey, MarlMinimumPanKey, MarlMaximumPanKey, MarlMinimumTempoKey,
+            MarlMaximumTempoKey, MarlDefaultTempoKey, MarlDefaultLoopRangeStartKey,
+            MarlDefaultLoopRangeEndKey, MarlHorizontalZoomFactorKey, MarlVerticalZoomFactorKey,
+            MarlMinimumPixelsPerBeatKey, MarlDefaultPixelsPerBeatKey, MarlDefaultVerticalZoomKey,
+            MarlDefaultPatternRowHeightKey, MarlDefaultTrackHeightKey, MarlAudioSectionMarginKey,
+            MarlAudioSectionGrowMarginKey, MarlAudioSectionLabelFontSizeKey, MarlWaveformOpacityKey,
+            MarlGhostedAudioSectionOpacityKey, MarlPatternRowHeightKey, MarlPatternMarginKey,
+            MarlPatternGrowMarginKey, MarlPatternLabelFontSizeKey, MarlVideoRowHeightKey,
+            MarlBeatsRulerHeightKey, MarlBeatsLabelFontSizeKey, MarlTickHeightKey, MarlSecondsRulerHeightKey,
+            MarlSecondsLabelFontSizeKey, MarlTimelineAutoScrollRateKey, MarlHorizontalArrowScrollAmountKey,
+            MarlVerticalArrowScrollAmountKey, EffectParameterTextFieldWidth, MarlFadeTimeKey,
+            MarlMaxRecordingDurationKey)},
     {Type::kInteger,
-     {MarlDefaultBitDepthKey, MarlNumberOfBeatsPerMeasureKey, MarlDefaultNumberOfRowsKey,
-      MarlDefaultTransposeKey, MarlMinimumTransposeKey, MarlMaximumTransposeKey, MarlDefaultBaseKeyKey,
-      MarlDefaultTimeSignatureTopKey, MarlDefaultTimeSignatureBottomKey, MarlDefaultQuantizationKey,
-      MarlPeaksTableIntervalKey, MarlFileBrowserSelectedTabKey, MarlFileBrowserSelectedSearchTypeKey,
-      MarlSearchResultCountKey}},
+     listOf(MarlDefaultBitDepthKey, MarlNumberOfBeatsPerMeasureKey, MarlDefaultNumberOfRowsKey,
+            MarlDefaultTransposeKey, MarlMinimumTransposeKey, MarlMaximumTransposeKey, MarlDefaultBaseKeyKey,
+            MarlDefaultTimeSignatureTopKey, MarlDefaultTimeSignatureBottomKey, MarlDefaultQuantizationKey,
+            MarlPeaksTableIntervalKey, MarlFileBrowserSelectedTabKey, MarlFileBrowserSelectedSearchTypeKey,
+            MarlSearchResultCountKey)},
     {Type::kBoolean,
-     {MarlTruncateSectionNamesKey, MarlScaleMovieViewKey, MarlDefaultSnapToMarkersKey, MarlDefaultSnappingKey,
-      MarlFileBrowserFileInfoVisibleKey, MarlSearchKeepCloseToProjectKeyKey, MarlOpenEffectWindowKey,
-      BPOpenPanelOnLaunchKey, BPSwitchAfterConvertKey}},
+     listOf(MarlTruncateSectionNamesKey, MarlScaleMovieViewKey, MarlDefaultSnapToMarkersKey,
+            MarlDefaultSnappingKey, MarlFileBrowserFileInfoVisibleKey, MarlSearchKeepCloseToProjectKeyKey,
+            MarlOpenEffectWindowKey, BPOpenPanelOnLaunchKey, BPSwitchAfterConvertKey)},
     {Type::kString,
-     {MarlDocumentStartupBehaviorKey, MarlLastUsedDocumentPathKey, MarlDefaultRecordingPathKey,
-      MarlInputDeviceNameKey, MarlMonitorDeviceNameKey, MarlExportStyle}},
-    {Type::kArray, {MarlFileBrowserCustomButtonsKey, MarlFileBrowserFavoritesKey}},
-    {Type::kDictionary, {MarlWindowLayoutKey}},
+     listOf(MarlDocumentStartupBehaviorKey, MarlLastUsedDocumentPathKey, MarlDefaultRecordingPathKey,
+            MarlInputDeviceNameKey, MarlMonitorDeviceNameKey, MarlExportStyle)},
+    {Type::kArray, listOf(MarlFileBrowserCustomButtonsKey, MarlFileBrowserFavoritesKey)},
+    {Type::kDictionary, listOf(MarlWindowLayoutKey)},
 };
 
 TEST_F(Preferences, HaveADefaultOfTheRightTypeForEachKey) {
