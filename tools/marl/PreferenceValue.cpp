@@ -51,8 +51,11 @@ std::string inQuotes(std::string_view text) {
     return std::string("'").append(text).append("'");
 }
 
+/// The start of what is long: a message is one line to read.
 [[noreturn]] void refuse(const std::string& text, std::string_view allowed) {
-    throw BadPreferenceValue(inQuotes(text).append(" is not ").append(allowed));
+    constexpr std::size_t kMostShown = 60, kMostBytes = 4 * kMostShown;  // characters, of up to 4 bytes
+    const std::string shown = text.size() > kMostBytes ? fitted(text, kMostShown) : text;
+    throw BadPreferenceValue(inQuotes(shown).append(" is not ").append(allowed));
 }
 
 // ---- Numbers ----
