@@ -97,4 +97,13 @@ list(APPEND marl_sources
   Common/MarlColors.cpp
   Common/MarlPreferences.cpp
   Common/MarlTextAttributes.cpp
+  # MediaManager
+  MediaManager/PeakKernels.cpp
+  MediaManager/PeakKernelsAVX2.cpp
+  MediaManager/PeakKernelsPortable.cpp
+  MediaManager/PeaksManager.cpp
+  MediaManager/PeaksManagerDrawing.cpp
+  MediaManager/PeaksManagerTable.cpp
+  MediaManager/PeaksManagerTimer.cpp
+  MediaManager/PeaksReader.cpp
 )

@@ -13,6 +13,10 @@
 
 namespace platform {
 
+/// Posted by a program that is about to end, about itself.
+inline constexpr std::string_view ApplicationWillTerminateNotification =
+    "NSApplicationWillTerminateNotification";
+
 /// What observers are handed; valid during their call.
 struct Notification {
     std::string_view name;
