@@ -52,6 +52,7 @@ TEST(CommandLine, HelpAndVersionAreResults) {
                  {{"index", "--help"}, "--watch"},
                  {{"search", "--help"}, "--tolerance"},
                  {{"keywords", "--help"}, "--index-dir"},
+                 {{"peaks", "--help"}, "--size"},
                  {{"prefs", "--help"}, "reset"},
                  {{"prefs", "set", "--help"}, "VALUE"}};
     for (const auto& row : kRows) {
@@ -70,6 +71,7 @@ TEST(CommandLine, HelpFitsATerminal) {
                                        {"convert", "--help"},
                                        {"stream", "--help"},
                                        {"index", "--help"},
+                                       {"peaks", "--help"},
                                        {"search", "--help"}}) {
         std::istringstream help(runMarl(arguments).out);
         for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 100U) << line;

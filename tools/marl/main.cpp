@@ -8,6 +8,7 @@
 #include "marl/Info.h"
 #include "marl/Keywords.h"
 #include "marl/Output.h"
+#include "marl/Peaks.h"
 #include "marl/Prefs.h"
 #include "marl/Record.h"
 #include "marl/Search.h"
@@ -50,6 +51,7 @@ constexpr char kExamples[] =
     "  marl index Loops                make them searchable\n"
     "  marl search bass Dark           dark basses\n"
     "  marl search drums 120           drum loops of 120 beats a minute\n"
+    "  marl peaks beat.aif             its waveform in beat.png\n"
     "  arecord -t raw -f FLOAT_LE -r 48000 -c 2 | marl record --rate 48000 --channels 2 take.aif\n"
     "\n"
     "'marl COMMAND --help' has the options of a command.";
@@ -69,11 +71,11 @@ std::string wrongWithSeconds(const std::string& text) {
     return "'" + text + "' is not a time in seconds: 0 or more";
 }
 
-/// True, with a line that says so, when samples would go to a terminal.
-bool isOutputATerminal() {
+/// True, with a line that says so, when the samples (or what it is) would go to a terminal.
+bool isOutputATerminal(const std::string& what = "samples") {
     if (!::isatty(STDOUT_FILENO)) return false;
     marl::tool::reportError(std::cerr, "standard output",
-                            "is a terminal: lead the samples into a file or program");
+                            "is a terminal: lead the " + what + " into a file or program");
     return true;
 }
 
@@ -338,6 +340,50 @@ platform::UserDefaults& userSettings() {
     return settings;
 }
 
+int runPeaksUnlessToTerminal(const marl::tool::PeaksOptions& options) {
+    if (options.output == "-" && isOutputATerminal("picture")) return kWrongUsage;
+    userSettings();
+    return marl::tool::runPeaks(options, std::cout, std::cerr);
+}
+
+void addPeaks(CLI::App& app, marl::tool::PeaksOptions& options, Command& command) {
+    CLI::App* const peaks = app.add_subcommand("peaks", "Draw the waveform of a loop");
+    peaks
+        ->add_option(
+            "-o", options.output,
+            "PNG file to write, replaced when it exists; - for\nstandard output; default: the name of "
+            "FILE with .png,\nin this folder")
+        ->type_name("OUT.png");
+    peaks
+        ->add_option_function<std::string>(
+            "--size", [](const std::string&) {}, "Columns and rows; default: 1000x200")
+        ->type_name("WxH")
+        ->check([&](const std::string& text) { return marl::tool::wrongWithSize(text, options.size); });
+    CLI::Option* const from =
+        peaks->add_option("--from", options.from, "First frame; default: that of the file");
+    CLI::Option* const to = peaks->add_option("--to", options.to, "Last frame; default: that of the file");
+    for (CLI::Option* const frame : {from, to}) frame->type_name("F")->check(marl::tool::wrongWithFrame);
+    CLI::Option* const color =
+        peaks
+            ->add_option_function<std::string>(
+                "--color", [](const std::string&) {}, "Red, green, blue and opacity, such as FF8000FF")
+            ->type_name("RRGGBBAA");
+    color->check([&](const std::string& text) { return marl::tool::wrongWithColor(text, options.color); });
+    CLI::Option* const json = peaks->add_flag("--json", options.json,
+                                              "Print the peaks of as many columns in place of a picture:\n"
+                                              "[max, min], or [leftMax, leftMin, rightMax, rightMin]");
+    peaks->add_option("FILE", options.path, "AIFF or WAV file")->type_name("")->required();
+    CLI::Option* const output = peaks->get_option("-o");
+    peaks->callback([=, &options, &command] {
+        requireAlone(*json, {output, color});
+        if (options.from && options.to && *options.to < *options.from)
+            throw CLI::ValidationError("--to",
+                                       "frame " + std::to_string(*options.to) + " lies before --from");
+        options.isProgressShown = ::isatty(STDERR_FILENO) != 0;
+        command = [&] { return runPeaksUnlessToTerminal(options); };
+    });
+}
+
 struct PrefsArguments {
     std::string key, value;
 };
@@ -401,6 +447,7 @@ int run(int argc, char** argv) {
     IndexArguments index;
     marl::tool::SearchOptions search;
     marl::tool::KeywordsOptions keywords;
+    marl::tool::PeaksOptions peaks;
     PrefsArguments prefs;
     addInfo(app, info, command);
     addConvert(app, convert, command);
@@ -410,6 +457,7 @@ int run(int argc, char** argv) {
     addIndex(app, index, command);
     addSearch(app, search, command);
     addKeywords(app, keywords, command);
+    addPeaks(app, peaks, command);
     addPrefs(app, prefs, command);
     app.footer(kExamples);  // behind the subcommands, which would take it over
     try {

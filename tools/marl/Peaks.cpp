@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "marl/Peaks.h"
+
+#include "marl/Output.h"
+#include "marl/PNG.h"
+#include "marl/PeaksSource.h"
+#include "marl/SampleOutput.h"
+#include "marl/TerminalText.h"
+
+#include <MarlCore/MediaManager/PeaksManager.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <new>
+#include <ostream>
+#include <span>
+
+namespace marl::tool {
+namespace {
+
+/// Reads all of `text`; false when it is no number of that type.
+template <typename Number>
+bool parse(std::string_view text, Number& number, int base = 10) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+struct Frames {
+    std::uint32_t from, to;  // inclusive
+};
+
+/// Throws for a range that does not lie in the file.
+Frames requireFrames(const PeaksOptions& options, std::uint32_t length) {
+    if (length == 0) throw std::runtime_error("there are no samples in this file");
+    const Frames frames{options.from.value_or(0), options.to.value_or(length - 1)};
+    if (frames.from >= length || frames.to >= length)
+        throw std::runtime_error("its frames are 0 to " + std::to_string(length - 1) +
+                                 ": there is no frame " + std::to_string(std::max(frames.from, frames.to)));
+    return frames;
+}
+
+/// What the subcommand needs of a file, whatever it makes of it.
+struct Waveform {
+    PeaksSource source;
+    PeaksManager manager{source};
+    Frames frames;
+
+    Waveform(const PeaksOptions& options, std::ostream& err)
+        : source(options.path, options.isProgressShown, err),
+          frames(requireFrames(options, source.lengthInFrames())) {}
+
+    bool isMono() { return source.numberOfChannels() == 1; }
+    CPeaksBufferRef mono(int columns) {
+        return manager.getPeaksFromFrame(frames.from, frames.to, columns, false);
+    }
+    CStereoPeaksBufferRef stereo(int columns) {
+        return manager.getStereoPeaksFromFrame(frames.from, frames.to, columns, false);
+    }
+};
+
+json arrayOf(std::span<const Peak> peaks, unsigned lanes) {
+    json array = json::array();
+    for (std::size_t i = 0; i < peaks.size(); i += lanes) {
+        json entry = json::array();
+        for (const Peak& peak : peaks.subspan(i, lanes)) {
+            entry.push_back(peak.maximum);
+            entry.push_back(peak.minimum);
+        }
+        array.push_back(std::move(entry));
+    }
+    return array;
+}
+
+json jsonOf(const PeaksOptions& options, Waveform& waveform) {
+    const int columns = options.size.width;
+    json object;
+    putPath(object, options.path);
+    object["channels"] = waveform.source.numberOfChannels();
+    object["from"] = waveform.frames.from;
+    object["to"] = waveform.frames.to;
+    object["columns"] = columns;
+    object["interval"] = PeaksManager::peaksTableInterval();
+    object["peaks"] = waveform.isMono()
+                          ? arrayOf(waveform.mono(columns)->peaks(), CPeaksBuffer::kLanes)
+                          : arrayOf(waveform.stereo(columns)->peaks(), CStereoPeaksBuffer::kLanes);
+    return object;
+}
+
+/// Unlike a library image this shows files of any length, which are what is asked about here.
+platform::BitmapImageRepRef pictureOf(const PeaksOptions& options, Waveform& waveform) {
+    const auto [width, height] = options.size;
+    const auto bitmap =
+        PeaksManager::createEmptyBitmapWithWidth(static_cast<unsigned>(width), static_cast<unsigned>(height));
+    if (!bitmap) throw std::bad_alloc();
+    const platform::Size size{static_cast<float>(width), static_cast<float>(height)};
+    if (options.color) waveform.manager.setWaveformColor(*options.color);
+    if (waveform.isMono())
+        waveform.manager.drawMonoWaveform(waveform.mono(width), size, *bitmap);
+    else
+        waveform.manager.drawStereoWaveform(waveform.stereo(width), size, *bitmap);
+    return bitmap;
+}
+
+std::string pictureNameOf(const PeaksOptions& options) {
+    if (!options.output.empty()) return options.output;
+    return std::filesystem::path(options.path).filename().replace_extension(".png").string();
+}
+
+void writePicture(const PeaksOptions& options, Waveform& waveform, std::ostream& out) {
+    const std::string name = pictureNameOf(options);
+    const auto type = name == "-" ? OutputType::kStandardOutput : OutputType::kRaw;
+    const std::vector<std::byte> png = pngFile(*pictureOf(options, waveform));
+    const auto output = newSampleOutput(type, name, nullptr, out);
+    output->write(png);
+    output->finish();
+    if (type == OutputType::kStandardOutput) return;
+    const auto [from, to] = waveform.frames;
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.3f", (to - from + 1.0) / waveform.source.sampleRate());
+    out << terminalText(name) << ": " << options.size.width << " x " << options.size.height
+        << " pixels, frames " << from << " to " << to << " (" << seconds << " s)\n";
+}
+
+}  // namespace
+
+std::string wrongWithSize(const std::string& text, PictureSize& size) {
+    const std::size_t cross = std::min(text.find('x'), text.size());
+    PictureSize read;
+    const std::string_view all = text;
+    if (cross < text.size() && parse(all.substr(0, cross), read.width) &&
+        parse(all.substr(cross + 1), read.height) && read.width >= 1 && read.height >= 4 &&
+        read.width <= kLargestPicture.width && read.height <= kLargestPicture.height) {
+        size = read;
+        return "";
+    }
+    return "'" + text + "' is not a size in pixels such as 1000x200, up to " +
+           std::to_string(kLargestPicture.width) + "x" + std::to_string(kLargestPicture.height);
+}
+
+std::string wrongWithFrame(const std::string& text) {
+    std::uint32_t frame = 0;
+    return parse(text, frame) ? "" : "'" + text + "' is not a frame: 0 to 4294967295";
+}
+
+std::string wrongWithColor(const std::string& text, std::optional<platform::Color>& color) {
+    std::uint32_t value = 0;
+    const bool isOpaque = text.size() == 6;
+    if ((!isOpaque && text.size() != 8) || !parse(text, value, 16))
+        return "'" + text + "' is not a colour such as 2A6BB8FF: red, green, blue and opacity";
+    if (isOpaque) value = value << 8 | 0xFF;
+    // The middle of what becomes this byte again.
+    const auto part = [value](int shift) { return (static_cast<float>(value >> shift & 0xFF) + 0.5f) / 255; };
+    color = platform::Color(part(24), part(16), part(8), part(0));
+    return "";
+}
+
+int runPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err) {
+    try {
+        Waveform waveform(options, err);
+        if (waveform.source.numberOfChannels() > 2)
+            reportError(err, options.path, "note: only the first two of its channels are shown");
+        if (options.json) return printJSON(out, err, jsonOf(options, waveform));
+        writePicture(options, waveform, out);
+        return flushed(out, err) ? kDone : kFailed;
+    } catch (const OutputError& error) {
+        reportError(err, options.output == "-" ? "standard output" : pictureNameOf(options), error.what());
+    } catch (const std::exception& exception) {
+        reportError(err, options.path, messageOf(exception, "cannot be read"));
+    }
+    return kFailed;
+}
+
+}  // namespace marl::tool
