@@ -65,7 +65,7 @@ private:
 };
 
 /// Only async-signal-safe calls: this is the child of a process that may have had threads.
-[[noreturn]] void becomeMarl(char* const* arguments, const Surroundings& surroundings, int out, int err) {
+[[noreturn]] void becomeProgram(char* const* arguments, const Surroundings& surroundings, int out, int err) {
     const int in =
         surroundings.standardInput >= 0 ? surroundings.standardInput : ::open("/dev/null", O_RDONLY);
     ::signal(SIGPIPE, surroundings.ignoresBrokenPipes ? SIG_IGN : SIG_DFL);
@@ -79,7 +79,8 @@ private:
     }
     const bool ready = ::chdir(surroundings.folder.c_str()) == 0 && ::dup2(in, STDIN_FILENO) >= 0 &&
                        ::dup2(out, STDOUT_FILENO) >= 0 && ::dup2(err, STDERR_FILENO) >= 0;
-    if (ready) ::execv(MARL_PROGRAM, arguments);
+    const char* const program = surroundings.program.empty() ? MARL_PROGRAM : surroundings.program.c_str();
+    if (ready) ::execv(program, arguments);
     ::_exit(126);
 }
 
@@ -89,7 +90,7 @@ pid_t start(const std::vector<std::string>& arguments, const Surroundings& surro
     pointers.push_back(nullptr);
     const pid_t child = ::fork();
     if (child < 0) throw std::system_error(errno, std::generic_category());
-    if (child == 0) becomeMarl(pointers.data(), surroundings, out, err);
+    if (child == 0) becomeProgram(pointers.data(), surroundings, out, err);
     return child;
 }
 

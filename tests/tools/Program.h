@@ -25,6 +25,7 @@ struct Surroundings {
     std::optional<unsigned long> mostFileBytes = {};  ///< what a file may grow to
     bool ignoresBrokenPipes = false;                  ///< SIGPIPE is ignored, as some parents leave it
     std::string folder = ".";                         ///< where the program starts
+    std::string program = {};                         ///< its path; empty: marl
     int standardInput = -1;                           ///< a descriptor; -1: there is nothing to read
     bool obeysPermissions = false;                    ///< a folder closed to its owner is so to root too
 };
