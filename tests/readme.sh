@@ -44,5 +44,10 @@ for line in "${lines[@]}"; do
   fi
 done
 check
+# Pictures that the commands have written are those that it shows.
+for picture in *.png; do
+  [ -e "$source_dir/docs/images/$picture" ] || continue
+  cmp "$picture" "$source_dir/docs/images/$picture" || failures=$((failures + 1))
+done
 echo "$commands commands, $failures failures"
 [ "$commands" -ge 5 ] && [ "$failures" -eq 0 ]
