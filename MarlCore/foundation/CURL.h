@@ -34,6 +34,8 @@ public:
     halyard::CStringRef getPathExtension() const;
 
     friend bool operator==(const CURL& a, const CURL& b) { return a.m_url == b.m_url; }
+    /// A strict order that agrees with `==`.
+    friend bool operator<(const CURL& a, const CURL& b) { return a.m_url < b.m_url; }
 
 private:
     platform::URL m_url;

@@ -149,4 +149,10 @@ bool operator==(const URL& a, const URL& b) {
     return path && path == localPath(b.m_text);
 }
 
+bool operator<(const URL& a, const URL& b) {
+    const auto pathOfA = localPath(a.m_text), pathOfB = localPath(b.m_text);
+    // Those that name no path here come first, by their texts.
+    return pathOfA || pathOfB ? pathOfA < pathOfB : a.m_text < b.m_text;
+}
+
 }  // namespace platform

@@ -5,6 +5,7 @@
 
 #include <MarlCore/platform/Export.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,12 +42,17 @@ public:
     /// True for equal texts, and for two file URLs of this machine that name one path with different escapes
     /// or host spellings. A folder's URL with its final slash and one without are two URLs.
     friend MARLCORE_EXPORT bool operator==(const URL& a, const URL& b);
+    /// A strict order for which two URLs are equivalent just when they are equal; it means nothing else.
+    friend MARLCORE_EXPORT bool operator<(const URL& a, const URL& b);
 
 private:
     explicit URL(std::string text);
 
     std::string m_text;
 };
+
+/// A URL that several owners share.
+using URLRef = std::shared_ptr<const URL>;
 
 /// `text` with every byte that a URL's path must not carry as it is replaced by "%XX".
 MARLCORE_EXPORT std::string addPercentEscapes(std::string_view text);

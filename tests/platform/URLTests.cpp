@@ -143,7 +143,7 @@ TEST(URL, KnowsTheExtensionOfItsLastComponent) {
         EXPECT_EQ(URL::fromString(text).pathExtension(), extension) << text;
 }
 
-TEST(URL, EqualsOneThatNamesTheSamePath) {
+TEST(URL, EqualsOneThatNamesTheSamePathAndIsInOrderWithOthers) {
     const struct {
         std::string_view a, b;
         bool equal;
@@ -156,8 +156,10 @@ TEST(URL, EqualsOneThatNamesTheSamePath) {
         {"http://host/A", "http://host/A", true},
     };
     for (const auto& [a, b, equal] : cases) {
-        EXPECT_EQ(URL::fromString(a) == URL::fromString(b), equal) << a << " / " << b;
-        EXPECT_EQ(URL::fromString(b) == URL::fromString(a), equal) << b << " / " << a;
+        const URL first = URL::fromString(a), second = URL::fromString(b);
+        EXPECT_EQ(first == second, equal) << a << " / " << b;
+        EXPECT_EQ(second == first, equal) << b << " / " << a;
+        EXPECT_EQ((first < second) + (second < first), equal ? 0 : 1) << a << " / " << b;
     }
 }
 
