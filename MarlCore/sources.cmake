@@ -106,4 +106,5 @@ list(APPEND marl_sources
   MediaManager/PeaksManagerTable.cpp
   MediaManager/PeaksManagerTimer.cpp
   MediaManager/PeaksReader.cpp
+  MediaManager/TimelineMarker.cpp
 )
