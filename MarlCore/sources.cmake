@@ -98,6 +98,13 @@ list(APPEND marl_sources
   Common/MarlPreferences.cpp
   Common/MarlTextAttributes.cpp
   # MediaManager
+  MediaManager/AudioSource.cpp
+  MediaManager/CFileAudioSource.cpp
+  MediaManager/CFileMediaSource.cpp
+  MediaManager/CFileVideoSource.cpp
+  MediaManager/CMediaManager.cpp
+  MediaManager/IMediaSource.cpp
+  MediaManager/MediaSource.cpp
   MediaManager/PeakKernels.cpp
   MediaManager/PeakKernelsAVX2.cpp
   MediaManager/PeakKernelsPortable.cpp
@@ -106,5 +113,7 @@ list(APPEND marl_sources
   MediaManager/PeaksManagerTable.cpp
   MediaManager/PeaksManagerTimer.cpp
   MediaManager/PeaksReader.cpp
+  MediaManager/ProjectFormat.cpp
   MediaManager/TimelineMarker.cpp
+  MediaManager/VideoSource.cpp
 )

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include <MarlCore/MediaManager/CFileAudioSource.h>
+
+#include <MarlCore/Files/FileClasses.h>
+#include <MarlCore/Files/streaming/CSharedOffline.h>
+#include <MarlCore/MediaManager/ProjectFormat.h>
+
+#include <utility>
+
+namespace marl {
+namespace {
+
+/// The files of movies stream by a strategy of their own from the start.
+bool isToBeStreamed(const IFileRef& file) {
+    return file.dynamicCast<CSoundFile>() && file->isDiskFileDataNeeded();
+}
+
+/// Returns the count of frames at the new rate.
+std::uint32_t setConversion(IFile& file, const IFileParser::FormatInfo& fileFormat,
+                            const AudioStreamBasicDescription& outputFormat) {
+    IFileParser& parser = *file.getFileParserRef();
+    IFileData& data = *file.getFileDataRef();
+    data.setSampleConversion(fileFormat, static_cast<int>(parser.getLengthInFrames()),
+                             parser.getSampleOffset(), outputFormat);
+    parser.setSampleRateConversion(outputFormat.mSampleRate / fileFormat.mSampleRate);
+    int frames = 0;
+    data.getSampleConversion(nullptr, &frames, nullptr, nullptr);
+    return static_cast<std::uint32_t>(frames);
+}
+
+}  // namespace
+
+CFileAudioSource::CFileAudioSource(const CURLRef& url, bool offline)
+    : CFileMediaSource(url), m_file(CSharedOffline::getOfflineIFile()), m_fileData(m_file->getFileDataRef()) {
+    open(offline);
+}
+
+IFileDataRef CFileAudioSource::getFileData() {
+    const halyard::CAutoMutex lock(m_fileDataMutex);
+    return m_fileData;
+}
+
+void CFileAudioSource::openFile(const CURLRef& url) {
+    const IFileRef file(IFile::New(url, false));
+    const bool isStreamed = isToBeStreamed(file);
+    if (isStreamed) file->useDiskFileData(url, false);
+    IFileParser& parser = *file->getFileParserRef();
+    parser.parse(IFileParser::kFormatInfo + IFileParser::kSampleOffset);
+    IFileParser::FormatInfo fileFormat;
+    parser.getFormatInfo(fileFormat);
+    const auto outputFormat = ProjectFormat::current().outputFormat(fileFormat);
+    const std::uint32_t length = setConversion(*file, fileFormat, outputFormat);
+    willChange();
+    exchangeFile(file);
+    m_isStreamed = isStreamed;
+    m_fileFrames = parser.getLengthInFrames();
+    m_fileRate = fileFormat.mSampleRate;
+    m_lengthInFrames = length;
+    m_channels = outputFormat.mChannelsPerFrame;
+}
+
+void CFileAudioSource::closeFile() noexcept {
+    exchangeFile(CSharedOffline::getOfflineIFile());
+    m_isStreamed = false;
+}
+
+/// The old samples go outside of the lock, when nobody else has them: that can take a while.
+void CFileAudioSource::exchangeFile(const IFileRef& file) noexcept {
+    IFileDataRef data = file->getFileDataRef();
+    {
+        const halyard::CAutoMutex lock(m_fileDataMutex);
+        std::swap(m_fileData, data);
+    }
+    m_file = file;
+}
+
+void CFileAudioSource::projectFormatDidChange() {
+    if (isOffline()) {
+        if (m_fileRate > 0)
+            m_lengthInFrames = static_cast<std::uint32_t>(IFileData::convertedFrameCount(
+                m_fileFrames, m_fileRate, ProjectFormat::current().sampleRate));
+        return;
+    }
+    try {
+        reconnect(getURL());
+    } catch (const halyard::CException& exception) {
+        goOffline(exception.getMessage());
+    }
+}
+
+}  // namespace marl
