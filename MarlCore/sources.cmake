@@ -103,8 +103,12 @@ list(APPEND marl_sources
   MediaManager/CFileMediaSource.cpp
   MediaManager/CFileVideoSource.cpp
   MediaManager/CMediaManager.cpp
+  MediaManager/FolderListing.cpp
   MediaManager/IMediaSource.cpp
+  MediaManager/MediaManager.cpp
   MediaManager/MediaSource.cpp
+  MediaManager/OfflineFileResolver.cpp
+  MediaManager/OfflineReconnectionImpl.cpp
   MediaManager/PeakKernels.cpp
   MediaManager/PeakKernelsAVX2.cpp
   MediaManager/PeakKernelsPortable.cpp
