@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -27,6 +29,23 @@ std::vector<IMediaSourceRef> offlineSources(const CMediaManager& registry) {
         if (IMediaSourceRef source = registry.getMapSourceAtIndex(i); source->isOffline())
             sources.push_back(std::move(source));
     return sources;
+}
+
+/// How many components, from the name of the file up, two paths have in common.
+std::ptrdiff_t commonEnd(const std::filesystem::path& a, const std::filesystem::path& b) {
+    const std::vector<std::filesystem::path> first(a.begin(), a.end()), second(b.begin(), b.end());
+    return std::mismatch(first.rbegin(), first.rend(), second.rbegin(), second.rend()).first - first.rbegin();
+}
+
+/// The files in `files` that may be this one. Folders often move with what is in them, so those come first
+/// that lie in folders of the same names: "Drums/Audio 1.wav" is not "Bass/Audio 1.wav", long as they both
+/// are.
+std::vector<std::string> candidatesFor(const MissingFile& file, const FolderListing& files) {
+    std::vector<std::string> candidates = files.find(file.displayName, file.size);
+    const std::string missing = file.url.path().value_or("");
+    std::ranges::stable_sort(candidates, std::greater<>(),
+                             [&](const std::string& path) { return commonEnd(path, missing); });
+    return candidates;
 }
 
 }  // namespace
@@ -71,8 +90,8 @@ private:
     bool isWhereOthersWere(const IMediaSourceRef& source, const MissingFile& file) {
         const std::vector<FoundFolder> folders = m_session.m_foundFolders;
         return std::ranges::any_of(folders, [&](const FoundFolder& folder) {
-            const auto candidates = listing(folder).find(file.displayName, file.size);
-            return isTheOne(file, candidates) && use(source, file, candidates.front());
+            const auto candidates = candidatesFor(file, listing(folder));
+            return isTheOne(file, candidates) && useOneOf(source, file, candidates);
         });
     }
 
@@ -99,13 +118,13 @@ private:
 
     bool search(const IMediaSourceRef& source, const MissingFile& file, const FoundFolder& folder) {
         const FolderListing& files = listing(folder);
-        const auto candidates = files.find(file.displayName, file.size);
+        const auto candidates = candidatesFor(file, files);
         if (!isTheOne(file, candidates)) {
             m_resolver.searchWasInVain(file, candidates, files.isComplete());
             m_listings.erase(folder.path);  // whoever asks for it again has changed something
             return false;
         }
-        if (!use(source, file, candidates.front())) return false;
+        if (!useOneOf(source, file, candidates)) return false;
         m_session.remember(folder);
         return true;
     }
@@ -113,6 +132,11 @@ private:
     /// Files of the same name and size are copies; of the same name alone they may be anything.
     static bool isTheOne(const MissingFile& file, const std::vector<std::string>& candidates) {
         return file.size ? !candidates.empty() : candidates.size() == 1;
+    }
+
+    bool useOneOf(const IMediaSourceRef& source, const MissingFile& file,
+                  const std::vector<std::string>& paths) {
+        return std::ranges::any_of(paths, [&](const std::string& path) { return use(source, file, path); });
     }
 
     bool use(const IMediaSourceRef& source, const MissingFile& file, const std::string& path) {

@@ -126,6 +126,17 @@ TEST_F(MissingFiles, FindsTheOthersWhereOneWasFound) {
     EXPECT_EQ(m_resolver.log, (Log{"e.aif -> e.aif", "f.aif -> f.aif", "? g.aif"}));
 }
 
+TEST_F(MissingFiles, TellsFilesOfOneNameAndSizeByTheirFolders) {
+    const std::shared_ptr<AudioSource> sources[] = {
+        openAndMove("old/Drums/1.aif", {.first = 1}, "new/deep/down/Drums/1.aif"),
+        openAndMove("old/Bass/1.aif", {.first = 2}, "new/Bass/1.aif"),
+        openAndMove("old/Keys/1.aif", {.first = 3}, "new/Piano/1.aif")};
+    m_resolver.answers = {{Action::kSearchFolder, pathOf("new")}};
+    EXPECT_EQ(m_manager.reconnectOfflineSources(m_resolver), 3u);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(support::samplesOf(*sources[i]->sourceRef()->getFileData()).at(0), i + 1);
+}
+
 TEST_F(MissingFiles, AsksUntilItKnows) {
     const auto source = openAndMove("old/a.aif", {}, "new/other name.aif");
     m_folder.write("new/broken.aif", "x");
