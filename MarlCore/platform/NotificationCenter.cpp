@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/platform/NotificationCenter.h>
 
+#include <atomic>
 #include <exception>
 #include <utility>
 
@@ -11,7 +12,10 @@ struct NotificationCenter::Registration {
     Handler handler;
     std::string name;
     const void* object;
-    bool isRemoved = false;
+    std::atomic<bool> isRemoved{false};
+
+    Registration(const void* theObserver, Handler theHandler, std::string_view theName, const void* theObject)
+        : observer(theObserver), handler(std::move(theHandler)), name(theName), object(theObject) {}
 
     bool asksFor(const Notification& notification) const noexcept {
         return name == notification.name && (!object || object == notification.object);
@@ -25,14 +29,16 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 
 void NotificationCenter::addObserver(const void* observer, Handler handler, std::string_view name,
                                      const void* object) {
-    m_registrations.push_back(std::make_shared<Registration>(
-        Registration{observer, std::move(handler), std::string(name), object}));
+    auto registration = std::make_shared<Registration>(observer, std::move(handler), name, object);
+    const std::scoped_lock lock(m_lock);
+    m_registrations.push_back(std::move(registration));
 }
 
 template <typename Predicate>
 void NotificationCenter::removeWhere(Predicate isMeant) {
     // What handlers own goes when the list is in order again: its end may call back.
     std::vector<std::shared_ptr<Registration>> removed, kept;
+    const std::scoped_lock lock(m_lock);
     for (const auto& registration : m_registrations)
         (isMeant(*registration) ? removed : kept).push_back(registration);
     m_registrations.swap(kept);
@@ -51,7 +57,9 @@ void NotificationCenter::removeObserver(const void* observer, std::string_view n
 
 void NotificationCenter::postNotification(std::string_view name, const void* object) {
     const Notification notification{name, object};
+    std::unique_lock lock(m_lock);
     const auto registrations = m_registrations;  // those of now, kept alive while they run
+    lock.unlock();
     std::exception_ptr first;
     for (const auto& registration : registrations) {
         if (registration->isRemoved || !registration->asksFor(notification)) continue;

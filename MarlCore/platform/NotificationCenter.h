@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,7 +27,10 @@ struct Notification {
 /// Passes notifications on to those who asked for them, at once and in the order in which they asked.
 ///
 /// Observers and objects are known by their addresses and never looked into. An observer of several base
-/// classes passes the same pointer every time, and removes itself before it goes. [main thread]
+/// classes passes the same pointer every time, and removes itself before it goes.
+///
+/// [any thread]. Handlers are called in the thread that posts; who is removed in another thread meanwhile may
+/// be in its last call still.
 class MARLCORE_EXPORT NotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;
@@ -59,6 +63,7 @@ private:
     template <typename Predicate>
     void removeWhere(Predicate isMeant);
 
+    std::mutex m_lock;                                           // guards the list; never held during a call
     std::vector<std::shared_ptr<Registration>> m_registrations;  // in the order of their coming
 };
 
