@@ -120,4 +120,7 @@ list(APPEND marl_sources
   MediaManager/ProjectFormat.cpp
   MediaManager/TimelineMarker.cpp
   MediaManager/VideoSource.cpp
+  # Utilities
+  Utilities/GainTaper.cpp
+  Utilities/PitchMath.cpp
 )
