@@ -122,5 +122,8 @@ list(APPEND marl_sources
   MediaManager/VideoSource.cpp
   # Utilities
   Utilities/GainTaper.cpp
+  Utilities/MarlTimer.cpp
   Utilities/PitchMath.cpp
+  Utilities/TimerReport.cpp
+  Utilities/TimerSetEntry.cpp
 )
