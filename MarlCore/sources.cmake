@@ -122,6 +122,8 @@ list(APPEND marl_sources
   MediaManager/VideoSource.cpp
   # Utilities
   Utilities/GainTaper.cpp
+  Utilities/HardwareProbeImpl.cpp
+  Utilities/HardwareUtilities.cpp
   Utilities/MarlTimer.cpp
   Utilities/PitchMath.cpp
   Utilities/TimerReport.cpp
