@@ -9,6 +9,7 @@ list(APPEND marl_sources
   platform/Color.cpp
   platform/Exception.cpp
   platform/KeyedArchiver.cpp
+  platform/Locale.cpp
   platform/LowPassKernel.cpp
   platform/NotificationCenter.cpp
   platform/PlanarSamples.cpp
@@ -87,6 +88,7 @@ list(APPEND marl_sources
   SearchEngine/CSearchKeySet.cpp
   SearchEngine/FileTags.cpp
   SearchEngine/KeywordDictionary.cpp
+  SearchEngine/KeywordNames.cpp
   SearchEngine/LocalizedKeyword.cpp
   SearchEngine/OrganizedSearchResults.cpp
   SearchEngine/PathWords.cpp

@@ -10,6 +10,7 @@ trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 
 export XDG_CONFIG_HOME=$work/config  # no settings, and none of the user's are changed
+export LC_ALL=C.UTF-8                # the README is in English
 mkdir -p build
 ln -s "$build_dir" build/release
 ln -s "$source_dir/MarlCore" MarlCore

@@ -65,7 +65,8 @@ void collectTexts(const PropertyList& list, std::vector<std::string>& texts) {
     }
 }
 
-TEST(ShippedDictionary, HoldsEveryKeywordOnce) {
+/// Every keyword of the dictionary, as it is spelt there.
+std::vector<std::string> shippedKeywords() {
     const PropertyList list = shipped("Keyword Dictionary", "plist");
     std::vector<std::string> texts;
     for (const char* section : {"Instrument Types", "Genres", "Descriptors"}) {
@@ -73,10 +74,33 @@ TEST(ShippedDictionary, HoldsEveryKeywordOnce) {
         collectTexts(list[section], texts);
         EXPECT_GT(texts.size(), before + 20) << section;
     }
+    return texts;
+}
+
+TEST(ShippedDictionary, HoldsEveryKeywordOnce) {
+    const std::vector<std::string> texts = shippedKeywords();
     std::map<SearchKey, std::string> keys;
     for (const std::string& text : texts) {
         EXPECT_TRUE(keys.emplace(SearchKey(text), text).second) << text << ' ' << keys[SearchKey(text)];
         EXPECT_LE(std::ranges::count(text, ' '), 2) << "more words than are looked up together: " << text;
+    }
+}
+
+TEST(ShippedDictionary, HasANameForEachKeywordInEachLanguage) {
+    std::vector<std::string> keys = shippedKeywords();
+    std::ranges::sort(keys);
+    for (const std::string language : {"en", "de"}) {
+        const PropertyList table = shipped(("Keyword Names " + language).c_str(), "plist");
+        std::vector<std::string> named;
+        std::map<std::string, std::string> meanings;
+        ASSERT_TRUE(table.asDictionary()) << language;
+        for (const auto& [key, name] : *table.asDictionary()) {
+            named.push_back(key);
+            ASSERT_TRUE(name.asString() && !name.asString()->empty()) << language << ' ' << key;
+            EXPECT_TRUE(meanings.emplace(*name.asString(), key).second) << "means two things: " << key;
+            EXPECT_TRUE(language != "en" || *name.asString() == key) << key;
+        }
+        EXPECT_EQ(named, keys) << language;
     }
 }
 

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "SearchEngine/SearchLibrary.h"
+#include "support/EnvironmentVariable.h"
 
 namespace marl::tool {
 namespace {
@@ -35,6 +36,7 @@ protected:
     }
 
     support::TemporaryFolder m_loops, m_indexes;
+    const support::EnvironmentVariable m_locale{"LC_ALL", "C"};
 };
 
 TEST_F(Keywords, AreListedByCategory) {
@@ -46,14 +48,32 @@ TEST_F(Keywords, AreListedByCategory) {
               "instruments\n       2  Xbass\n       1    Xother\n       1    Xsub\n       1  Xkeys\n"
               "genres\n       2  Xg\n"
               "descriptors\n       1  X\\x1B[31m\n       2  Xd\n");
-    const json expected = {
-        {"instrument", {{{"key", "Xbass"}, {"count", 2}}, {{"key", "Xkeys"}, {"count", 1}}}},
-        {"instrumentSubType",
-         {{{"key", "Xother"}, {"count", 1}, {"instrument", "XBASS"}},
-          {{"key", "Xsub"}, {"count", 1}, {"instrument", "Xbass"}}}},
-        {"genre", json::array({{{"key", "Xg"}, {"count", 2}}})},
-        {"descriptor", {{{"key", "X\x1B[31m"}, {"count", 1}}, {{"key", "Xd"}, {"count", 2}}}}};
+    const json expected = {{"instrument",
+                            {{{"key", "Xbass"}, {"name", "Xbass"}, {"count", 2}},
+                             {{"key", "Xkeys"}, {"name", "Xkeys"}, {"count", 1}}}},
+                           {"instrumentSubType",
+                            {{{"key", "Xother"}, {"name", "Xother"}, {"count", 1}, {"instrument", "XBASS"}},
+                             {{"key", "Xsub"}, {"name", "Xsub"}, {"count", 1}, {"instrument", "Xbass"}}}},
+                           {"genre", json::array({{{"key", "Xg"}, {"name", "Xg"}, {"count", 2}}})},
+                           {"descriptor",
+                            {{{"key", "X\x1B[31m"}, {"name", "X\x1B[31m"}, {"count", 1}},
+                             {{"key", "Xd"}, {"name", "Xd"}, {"count", 2}}}}};
     EXPECT_EQ(json::parse(keywords(true)).dump(1), expected.dump(1));
+}
+
+TEST_F(Keywords, HaveTheirNamesInTheLanguageOfTheUser) {
+    add("a.aif", {.instrument = "Woodwind", .instrumentSubType = "Flute", .genre = "House"});
+    add("b.aif",
+        {.instrument = "Bass Guitar", .instrumentSubType = "Xsub", .descriptors = {"Wet", "Bright"}});
+    add("c.aif", {.instrument = "Effect", .instrumentSubType = "Transition"});
+    index();
+    const support::EnvironmentVariable german("LC_ALL", "de_AT.UTF-8");
+    EXPECT_EQ(keywords(false),
+              "instruments\n       1  E-Bass  (Bass Guitar)\n       1    Xsub\n       1  Effekt  (Effect)\n"
+              "       1    \u00DCbergang  (Transition)\n       1  Holzbl\u00E4ser  (Woodwind)\n"
+              "       1    Fl\u00F6te  (Flute)\ngenres\n       1  House\n"
+              "descriptors\n       1  Hell  (Bright)\n       1  Mit Hall  (Wet)\n");
+    EXPECT_EQ(json::parse(keywords(true))["instrument"][0]["name"], "E-Bass");
 }
 
 TEST_F(Keywords, AreThoseOfFilesThatAreThere) {

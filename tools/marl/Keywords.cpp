@@ -7,6 +7,10 @@
 #include "marl/TerminalText.h"
 #include "marl/TextTable.h"
 
+#include <MarlCore/SearchEngine/KeywordNames.h>
+#include <MarlCore/SearchEngine/LocalizedKeyword.h>
+
+#include <algorithm>
 #include <ostream>
 #include <vector>
 
@@ -14,6 +18,29 @@ namespace marl::tool {
 namespace {
 
 using Keywords = std::vector<KeywordCount>;
+
+std::string keyOf(const KeywordCount& one) {
+    return keywordText(one.keyword.key.view());
+}
+
+/// What the user calls it.
+std::string nameOf(const KeywordCount& one, const KeywordNames& names) {
+    const std::string* const name = names.find(one.keyword.key);
+    return name ? *name : keyOf(one);
+}
+
+Keywords sortedByName(const Keywords& all, const KeywordNames& names) {
+    std::vector<LocalizedKeyword> shown;
+    for (const KeywordCount& one : all)
+        shown.emplace_back(nameOf(one, names), static_cast<std::int32_t>(shown.size()));
+    std::ranges::stable_sort(shown, [](const LocalizedKeyword& a, const LocalizedKeyword& b) {
+        return a.caseInsensitiveCompare(b) < 0;
+    });
+    Keywords sorted;
+    for (const LocalizedKeyword& one : shown)
+        sorted.push_back(all[static_cast<std::size_t>(one.searchKeyIndexNumber())]);
+    return sorted;
+}
 
 /// The keywords of one category, in the order of `all`. Those of no known category count as descriptors.
 Keywords ofCategory(const Keywords& all, std::int32_t category) {
@@ -28,10 +55,10 @@ Keywords ofCategory(const Keywords& all, std::int32_t category) {
 
 // ---- JSON ----
 
-json countsJSON(const Keywords& keywords) {
+json countsJSON(const Keywords& keywords, const KeywordNames& names) {
     json array = json::array();
     for (const KeywordCount& one : keywords) {
-        array.push_back({{"key", keywordText(one.keyword.key.view())}, {"count", one.files}});
+        array.push_back({{"key", keyOf(one)}, {"name", nameOf(one, names)}, {"count", one.files}});
         if (one.keyword.category != SearchKeyInfo::kInstrumentSubType) continue;
         const std::string parent = keywordText(one.keyword.parent.view());
         array.back()["instrument"] = parent.empty() ? json(nullptr) : json(parent);
@@ -39,46 +66,67 @@ json countsJSON(const Keywords& keywords) {
     return array;
 }
 
-json keywordsJSON(const Keywords& all) {
+json keywordsJSON(const Keywords& all, const KeywordNames& names) {
     json object;
-    object["instrument"] = countsJSON(ofCategory(all, SearchKeyInfo::kInstrument));
-    object["instrumentSubType"] = countsJSON(ofCategory(all, SearchKeyInfo::kInstrumentSubType));
-    object["genre"] = countsJSON(ofCategory(all, SearchKeyInfo::kGenre));
-    object["descriptor"] = countsJSON(ofCategory(all, SearchKeyInfo::kDescriptor));
+    object["instrument"] = countsJSON(ofCategory(all, SearchKeyInfo::kInstrument), names);
+    object["instrumentSubType"] = countsJSON(ofCategory(all, SearchKeyInfo::kInstrumentSubType), names);
+    object["genre"] = countsJSON(ofCategory(all, SearchKeyInfo::kGenre), names);
+    object["descriptor"] = countsJSON(ofCategory(all, SearchKeyInfo::kDescriptor), names);
     return object;
 }
 
 // ---- Text ----
 
-void printKeyword(std::ostream& out, const KeywordCount& one, const char* indent) {
-    out << formatted("%8d  ", one.files) << indent << terminalText(keywordText(one.keyword.key.view()))
-        << "\n";
+/// Prints keywords of the order in which they are shown.
+class KeywordPrinter {
+public:
+    KeywordPrinter(std::ostream& out, const Keywords& all, const KeywordNames& names)
+        : m_out(out), m_all(all), m_names(names) {}
+
+    /// Each instrument with its sub-types below it; then the sub-types of instruments that no loop has.
+    void printInstruments() const;
+    void printCategory(const char* head, std::int32_t category) const;
+
+private:
+    void printKeyword(const KeywordCount& one, const char* indent = "") const;
+
+    std::ostream& m_out;
+    const Keywords& m_all;
+    const KeywordNames& m_names;
+};
+
+void KeywordPrinter::printKeyword(const KeywordCount& one, const char* indent) const {
+    const std::string name = nameOf(one, m_names), key = keyOf(one);
+    m_out << formatted("%8d  ", one.files) << indent << terminalText(name);
+    if (name != key) m_out << "  (" << terminalText(key) << ")";
+    m_out << "\n";
 }
 
-/// Each instrument with its sub-types below it; then the sub-types of instruments that no loop has.
-void printInstruments(std::ostream& out, const Keywords& all) {
-    Keywords subTypes = ofCategory(all, SearchKeyInfo::kInstrumentSubType);
-    for (const KeywordCount& instrument : ofCategory(all, SearchKeyInfo::kInstrument)) {
-        printKeyword(out, instrument, "");
+void KeywordPrinter::printInstruments() const {
+    m_out << "instruments\n";
+    Keywords subTypes = ofCategory(m_all, SearchKeyInfo::kInstrumentSubType);
+    for (const KeywordCount& instrument : ofCategory(m_all, SearchKeyInfo::kInstrument)) {
+        printKeyword(instrument);
         std::erase_if(subTypes, [&](const KeywordCount& subType) {
             const bool isIts = subType.keyword.parent == instrument.keyword.key;
-            if (isIts) printKeyword(out, subType, "  ");
+            if (isIts) printKeyword(subType, "  ");
             return isIts;
         });
     }
-    for (const KeywordCount& subType : subTypes) printKeyword(out, subType, "");
+    for (const KeywordCount& subType : subTypes) printKeyword(subType);
 }
 
-void printCategory(std::ostream& out, const char* head, const Keywords& keywords) {
-    out << head << "\n";
-    for (const KeywordCount& one : keywords) printKeyword(out, one, "");
+void KeywordPrinter::printCategory(const char* head, std::int32_t category) const {
+    m_out << head << "\n";
+    for (const KeywordCount& one : ofCategory(m_all, category)) printKeyword(one);
 }
 
-void printText(std::ostream& out, const Keywords& all) {
-    out << "instruments\n";
-    printInstruments(out, all);
-    printCategory(out, "genres", ofCategory(all, SearchKeyInfo::kGenre));
-    printCategory(out, "descriptors", ofCategory(all, SearchKeyInfo::kDescriptor));
+void printText(std::ostream& out, const Keywords& all, const KeywordNames& names) {
+    const Keywords sorted = sortedByName(all, names);
+    const KeywordPrinter printer(out, sorted, names);
+    printer.printInstruments();
+    printer.printCategory("genres", SearchKeyInfo::kGenre);
+    printer.printCategory("descriptors", SearchKeyInfo::kDescriptor);
 }
 
 }  // namespace
@@ -88,8 +136,9 @@ int runKeywords(const KeywordsOptions& options, std::ostream& out, std::ostream&
     if (!engine) return kFailed;
     Keywords all;
     engine->generateKeywordList(all);
-    if (options.json) return printJSON(out, err, keywordsJSON(all));
-    printText(out, all);
+    const KeywordNames names;
+    if (options.json) return printJSON(out, err, keywordsJSON(all, names));
+    printText(out, all, names);
     return flushed(out, err) ? kDone : kFailed;
 }
 

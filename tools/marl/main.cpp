@@ -324,6 +324,9 @@ void addSearch(CLI::App& app, marl::tool::SearchOptions& options, Command& comma
 
 void addKeywords(CLI::App& app, marl::tool::KeywordsOptions& options, Command& command) {
     CLI::App* const keywords = app.add_subcommand("keywords", "Show the keys that loops can be found by");
+    keywords->footer(
+        "Named in your language, as LC_ALL, LC_MESSAGES or LANG say; a key that has another\n"
+        "name stands behind it, in parentheses: that is what 'marl search' takes.");
     addIndexDirectory(keywords, options.indexDirectory);
     keywords->add_flag("--json", options.json, "Print a JSON object");
     keywords->callback(
