@@ -4,6 +4,7 @@
 
 #include "marl/Browse.h"
 #include "marl/Convert.h"
+#include "marl/Hardware.h"
 #include "marl/Index.h"
 #include "marl/Info.h"
 #include "marl/Keywords.h"
@@ -420,6 +421,19 @@ void addPrefs(CLI::App& app, PrefsArguments& arguments, Command& command) {
         [&] { command = [&] { return runPrefsReset(userSettings(), arguments.key, std::cerr); }; });
 }
 
+void addHardware(CLI::App& app, bool& isJSON, Command& command) {
+    CLI::App* const hardware = app.add_subcommand("hardware", "Show processor, memory and audio output");
+    hardware->footer(
+        "Audio output: a sound card that plays. Devices that only a sound server knows are\n"
+        "not looked for.");
+    hardware->add_flag("--json", isJSON, "Print a JSON object; 0 and false for what is not known");
+    hardware->callback([&] {
+        command = [&] {
+            return marl::tool::printMachine(marl::tool::thisMachine(), isJSON, std::cout, std::cerr);
+        };
+    });
+}
+
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     const auto chosen = app->get_subcommands();
     const auto extras = app->remaining();
@@ -452,6 +466,7 @@ int run(int argc, char** argv) {
     marl::tool::KeywordsOptions keywords;
     marl::tool::PeaksOptions peaks;
     PrefsArguments prefs;
+    bool isHardwareJSON = false;
     addInfo(app, info, command);
     addConvert(app, convert, command);
     addStream(app, stream, command);
@@ -462,6 +477,7 @@ int run(int argc, char** argv) {
     addKeywords(app, keywords, command);
     addPeaks(app, peaks, command);
     addPrefs(app, prefs, command);
+    addHardware(app, isHardwareJSON, command);
     app.footer(kExamples);  // behind the subcommands, which would take it over
     try {
         app.parse(argc, argv);
