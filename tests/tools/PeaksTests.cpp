@@ -138,6 +138,7 @@ TEST_F(Peaks, FillTheWidestPictures) {
 
 TEST_F(Peaks, AreRefusedInOneLine) {
     const std::string empty = m_folder.write("empty.wav", rampFile(1, 0));
+    fs::create_symlink(m_mono, m_folder.path("link"));
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -150,6 +151,8 @@ TEST_F(Peaks, AreRefusedInOneLine) {
         {{m_mono, "-o", "none/x.png"},
          kFailed,
          "marl: none/x.png: cannot be written: No such file or directory\n"},
+        {{m_mono, "-o", m_mono}, kFailed, "is the loop itself"},
+        {{m_mono, "-o", "link"}, kFailed, "is the loop itself"},
         {{m_mono, "--from", "5", "--to", "4"}, kWrongUsage, "frame 4 lies before --from"},
         {{m_mono, "--from", "-1"}, kWrongUsage, "'-1' is not a frame"},
         {{m_mono, "--size", "1000"}, kWrongUsage, "'1000' is not a size"},
@@ -167,7 +170,8 @@ TEST_F(Peaks, AreRefusedInOneLine) {
         EXPECT_NE(outcome.err.find(row.said), std::string::npos) << outcome.err;
         EXPECT_EQ(outcome.out, "");
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder.path()), {}), 3) << "nothing is left behind";
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder.path()), {}), 4) << "nothing is left behind";
+    EXPECT_EQ(contentsOf(m_mono), rampFile(1, 1000).view());
 }
 
 TEST_F(Peaks, LeaveAnOldPictureWhereTheNewOneFails) {

@@ -16,6 +16,7 @@
 #include <new>
 #include <ostream>
 #include <span>
+#include <system_error>
 
 namespace marl::tool {
 namespace {
@@ -108,9 +109,17 @@ std::string pictureNameOf(const PeaksOptions& options) {
     return std::filesystem::path(options.path).filename().replace_extension(".png").string();
 }
 
+/// A picture that took the place of its loop would be the end of that. Links to it count as well.
+void requireOtherFile(const std::string& picture, const std::string& loop) {
+    std::error_code missing;
+    if (std::filesystem::equivalent(picture, loop, missing))
+        throw OutputError("is the loop itself: the picture needs another name");
+}
+
 void writePicture(const PeaksOptions& options, Waveform& waveform, std::ostream& out) {
     const std::string name = pictureNameOf(options);
     const auto type = name == "-" ? OutputType::kStandardOutput : OutputType::kRaw;
+    if (type != OutputType::kStandardOutput) requireOtherFile(name, options.path);
     const std::vector<std::byte> png = pngFile(*pictureOf(options, waveform));
     const auto output = newSampleOutput(type, name, nullptr, out);
     output->write(png);

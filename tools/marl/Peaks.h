@@ -39,7 +39,7 @@ std::string wrongWithFrame(const std::string& text);
 std::string wrongWithColor(const std::string& text, std::optional<platform::Color>& color);
 
 /// Draws the first two channels, or prints their peaks. A picture appears complete under its name or not at
-/// all; one that exists is replaced. Returns the exit status.
+/// all; a file that exists is replaced, but never the loop. Returns the exit status.
 int runPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace marl::tool
