@@ -12,6 +12,9 @@ namespace marl::tool {
 namespace {
 
 constexpr char kBeginOfLine[] = "\r\033[K";  // which is wiped out
+// Where a terminal is too narrow, its last column takes what is left: a second line would not be wiped out.
+constexpr char kKeepOnOneLine[] = "\033[?7l";
+constexpr char kWrapAgain[] = "\033[?7h";
 
 std::string barOf(int done, int total) {
     constexpr std::int64_t kWidth = 20;
@@ -31,9 +34,10 @@ ProgressBar::~ProgressBar() {
 void ProgressBar::show(int done, int total) {
     if (!m_isShown || Clock::now() < m_next) return;
     m_next = Clock::now() + std::chrono::milliseconds(100);
-    m_out << kBeginOfLine << m_title;
-    if (total > 0) m_out << barOf(done, total) << done << " of " << total;
-    m_out << std::flush;
+    std::string line = m_title;
+    if (total > 0) line += barOf(done, total) + std::to_string(done) + " of " + std::to_string(total);
+    m_out << kBeginOfLine + (kKeepOnOneLine + line) + kWrapAgain
+          << std::flush;  // one write, never half of it
 }
 
 }  // namespace marl::tool
