@@ -136,6 +136,28 @@ TEST_F(Peaks, FillTheWidestPictures) {
     EXPECT_EQ(pictureIn(contentsOf(m_folder.path("wide.png"))).width, 30'000u);
 }
 
+TEST_F(Peaks, ShowProgressWithLongFilesOnATerminalOnly) {
+    constexpr int kFrames = 12'000'000;
+    support::WAVContents contents;
+    contents.format = support::WAVFormat{.channels = 1};
+    contents.samples = support::Bytes().zeros(2 * kFrames);
+    const std::string path = m_folder.write("long.wav", support::wavFile(contents));
+    const auto shown = [this](const std::string& file, bool isTerminal) {
+        std::ostringstream terminal;  // both streams, in their order
+        const PeaksOptions options{
+            .path = file, .output = m_folder.path("x.png"), .isProgressShown = isTerminal};
+        EXPECT_EQ(runPeaks(options, terminal, terminal), kDone);
+        return terminal.str();
+    };
+    const std::string result =
+        m_folder.path("x.png") + ": 1000 x 200 pixels, frames 0 to 11999999 (272.109 s)\n";
+    EXPECT_EQ(shown(path, false), result);
+    const std::string progress = shown(path, true);
+    EXPECT_NE(progress.find(" of 272\033[?7h"), std::string::npos) << "seconds, and lines wrap again";
+    EXPECT_TRUE(progress.ends_with("\r\033[K" + result)) << "nothing of it stays";
+    EXPECT_EQ(shown(m_mono, true).find("mono.wav"), std::string::npos);
+}
+
 TEST_F(Peaks, AreRefusedInOneLine) {
     const std::string empty = m_folder.write("empty.wav", rampFile(1, 0));
     fs::create_symlink(m_mono, m_folder.path("link"));

@@ -42,7 +42,8 @@ Frames requireFrames(const PeaksOptions& options, std::uint32_t length) {
     return frames;
 }
 
-/// What the subcommand needs of a file, whatever it makes of it.
+/// What the subcommand needs of a file, whatever it makes of it. Its end wipes the progress out: results are
+/// printed after that, not behind a bar.
 struct Waveform {
     PeaksSource source;
     PeaksManager manager{source};
@@ -50,7 +51,10 @@ struct Waveform {
 
     Waveform(const PeaksOptions& options, std::ostream& err)
         : source(options.path, options.isProgressShown, err),
-          frames(requireFrames(options, source.lengthInFrames())) {}
+          frames(requireFrames(options, source.lengthInFrames())) {
+        if (source.numberOfChannels() > 2)
+            reportError(err, options.path, "note: only the first two of its channels are shown");
+    }
 
     bool isMono() { return source.numberOfChannels() == 1; }
     CPeaksBufferRef mono(int columns) {
@@ -74,7 +78,8 @@ json arrayOf(std::span<const Peak> peaks, unsigned lanes) {
     return array;
 }
 
-json jsonOf(const PeaksOptions& options, Waveform& waveform) {
+json jsonOf(const PeaksOptions& options, std::ostream& err) {
+    Waveform waveform(options, err);
     const int columns = options.size.width;
     json object;
     putPath(object, options.path);
@@ -116,7 +121,9 @@ void requireOtherFile(const std::string& picture, const std::string& loop) {
         throw OutputError("is the loop itself: the picture needs another name");
 }
 
-void writePicture(const PeaksOptions& options, Waveform& waveform, std::ostream& out) {
+/// Returns what is to be printed about it.
+std::string writePicture(const PeaksOptions& options, std::ostream& out, std::ostream& err) {
+    Waveform waveform(options, err);
     const std::string name = pictureNameOf(options);
     const auto type = name == "-" ? OutputType::kStandardOutput : OutputType::kRaw;
     if (type != OutputType::kStandardOutput) requireOtherFile(name, options.path);
@@ -124,12 +131,12 @@ void writePicture(const PeaksOptions& options, Waveform& waveform, std::ostream&
     const auto output = newSampleOutput(type, name, nullptr, out);
     output->write(png);
     output->finish();
-    if (type == OutputType::kStandardOutput) return;
+    if (type == OutputType::kStandardOutput) return "";
     const auto [from, to] = waveform.frames;
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%.3f", (to - from + 1.0) / waveform.source.sampleRate());
-    out << terminalText(name) << ": " << options.size.width << " x " << options.size.height
-        << " pixels, frames " << from << " to " << to << " (" << seconds << " s)\n";
+    char text[128];
+    std::snprintf(text, sizeof text, ": %d x %d pixels, frames %u to %u (%.3f s)\n", options.size.width,
+                  options.size.height, from, to, (to - from + 1.0) / waveform.source.sampleRate());
+    return terminalText(name) + text;
 }
 
 }  // namespace
@@ -167,11 +174,8 @@ std::string wrongWithColor(const std::string& text, std::optional<platform::Colo
 
 int runPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err) {
     try {
-        Waveform waveform(options, err);
-        if (waveform.source.numberOfChannels() > 2)
-            reportError(err, options.path, "note: only the first two of its channels are shown");
-        if (options.json) return printJSON(out, err, jsonOf(options, waveform));
-        writePicture(options, waveform, out);
+        if (options.json) return printJSON(out, err, jsonOf(options, err));
+        out << writePicture(options, out, err);
         return flushed(out, err) ? kDone : kFailed;
     } catch (const OutputError& error) {
         reportError(err, options.output == "-" ? "standard output" : pictureNameOf(options), error.what());
