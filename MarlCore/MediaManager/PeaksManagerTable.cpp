@@ -63,10 +63,10 @@ CStereoPeaksBufferRef& PeaksManager::table() {
 }
 
 void PeaksManager::createPeakTable() {
+    if (m_timerData.m_buildingPeaksOnTimer) return;  // for the length and interval that it began with
     const std::uint32_t length = lengthInFrames();
     m_savedInterval = peaksTableInterval();
     m_savedLengthInFrames = length;
-    if (m_timerData.m_buildingPeaksOnTimer) return;
     constexpr std::uint32_t kMostEntries = std::numeric_limits<int>::max();
     const int entries = static_cast<int>(std::min(length / m_savedInterval, kMostEntries));
     const std::uint32_t last = length > 0 ? length - 1 : 0;

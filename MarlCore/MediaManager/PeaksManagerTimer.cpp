@@ -96,13 +96,14 @@ void PeaksManager::peakBuildingTimer() {
     buildTableEntries(static_cast<std::uint32_t>(wanted));
 
     // An observer may begin the table anew, and may end the source and this manager with it.
+    const std::uint32_t end = data.m_peakTimerEntriesComplete;
     const std::weak_ptr<const bool> life = m_life;
     NotificationCenter::defaultCenter().postNotification(MarlDidUpdateAudioWaveform, &m_audioSource);
-    if (life.expired()) return;
+    if (life.expired() || data.m_peakTimerEntriesComplete != end) return;
 
     stopwatch.stop();
     data.m_totalTimeRequired += stopwatch.seconds();
-    if (data.m_peakTimerEntriesComplete == data.m_peakTimerTableLength) {
+    if (end == data.m_peakTimerTableLength) {
         NotificationCenter::defaultCenter().removeObserver(this);
         m_peaksTableBuilt = true;
         stopPeriodicPeakBuilding();

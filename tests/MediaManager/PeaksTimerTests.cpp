@@ -168,13 +168,16 @@ TEST_F(PeaksTimer, BeginsAnewForAnotherLength) {
         manager.getPeaksFromFrame(0, source.length - 1, 3, false);
     };
     tick();
+    EXPECT_EQ(manager.secondsSpentInTicks(), 0) << "the tick was one of the old build";
     finish(manager);
     const std::uint32_t last = shorter.length - 1;
     EXPECT_EQ(listOf(manager.getPeaksFromFrame(0, last, 1, false)),
               support::scannedPeaks(*shorter.data, 1, 0, last, 1));
-    manager.invalidatePeaksTable();
+    m_onUpdate = nullptr;
+    source.length = 50 * kInterval;
     manager.createPeakTable();
-    EXPECT_FALSE(manager.isPeaksTableBuilt()) << "never at once again";
+    manager.getPeaksFromFrame(0, source.length - 1, 3, false);
+    EXPECT_FALSE(manager.isPeaksTableBuilt()) << "begun again, and never at once";
 }
 
 TEST_F(PeaksTimer, OutlivesNeitherItsManagerNorAnObserverThatEndsIt) {
