@@ -18,7 +18,7 @@ public:
     virtual std::uint32_t lengthInFrames() = 0;
     /// Whether its file is missing for now.
     virtual bool offline() = 0;
-    /// Where the samples come from; not null.
+    /// Where the samples come from. Neither this nor its data is null: `LogNullRef` would end the process.
     virtual IAudioSourceRef sourceRef() = 0;
 };
 
