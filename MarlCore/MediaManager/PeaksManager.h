@@ -50,7 +50,8 @@ public:
     /// its size is this one without fractions, or one pixel wider: a view that is resized by a pixel is not
     /// drawn anew. So while the table is built on the timer, `invalidateCache` goes before each drawing that
     /// is to show more of it. The image is clear where the source has other than one or two channels, is
-    /// shorter than an entry of the table, or has one channel that is delivered as more.
+    /// shorter than an entry of the table, or has one channel that is delivered as more. Only the
+    /// table waits for the disk: columns that are finer than it are flat unless their samples are in memory.
     platform::Image waveformImageForSize(platform::Size size);
     /// The same of a range, neither from the cache nor for it. `isPlaying`: only samples that are in memory
     /// are looked at, so that nobody waits for the disk; always so while the table is not complete.
