@@ -178,7 +178,7 @@ TEST_F(Peaks, AreRefusedInOneLine) {
         {{m_mono, "--from", "5", "--to", "4"}, kWrongUsage, "frame 4 lies before --from"},
         {{m_mono, "--from", "-1"}, kWrongUsage, "'-1' is not a frame"},
         {{m_mono, "--size", "1000"}, kWrongUsage, "'1000' is not a size"},
-        {{m_mono, "--size", "30001x200"}, kWrongUsage, "up to 30000x10000"},
+        {{m_mono, "--size", "30001x200"}, kWrongUsage, "from 1x4 to 30000x10000"},
         {{m_mono, "--size", "0x200"}, kWrongUsage, "'0x200' is not a size"},
         {{m_mono, "--size", "10x20x30"}, kWrongUsage, "'10x20x30' is not a size"},
         {{m_mono, "--size", "nan"}, kWrongUsage, "'nan' is not a size"},

@@ -146,13 +146,17 @@ std::string wrongWithSize(const std::string& text, PictureSize& size) {
     PictureSize read;
     const std::string_view all = text;
     if (cross < text.size() && parse(all.substr(0, cross), read.width) &&
-        parse(all.substr(cross + 1), read.height) && read.width >= 1 && read.height >= 4 &&
-        read.width <= kLargestPicture.width && read.height <= kLargestPicture.height) {
+        parse(all.substr(cross + 1), read.height) && read.width >= kSmallestPicture.width &&
+        read.height >= kSmallestPicture.height && read.width <= kLargestPicture.width &&
+        read.height <= kLargestPicture.height) {
         size = read;
         return "";
     }
-    return "'" + text + "' is not a size in pixels such as 1000x200, up to " +
-           std::to_string(kLargestPicture.width) + "x" + std::to_string(kLargestPicture.height);
+    const auto textOf = [](PictureSize one) {
+        return std::to_string(one.width) + "x" + std::to_string(one.height);
+    };
+    return "'" + text + "' is not a size in pixels such as 1000x200, from " + textOf(kSmallestPicture) +
+           " to " + textOf(kLargestPicture);
 }
 
 std::string wrongWithFrame(const std::string& text) {

@@ -28,8 +28,8 @@ struct PeaksOptions {
     bool isProgressShown = false;  ///< `err` is a terminal
 };
 
-/// The largest pictures.
-inline constexpr PictureSize kLargestPicture{30'000, 10'000};
+/// The limits of pictures. Four rows are left free.
+inline constexpr PictureSize kSmallestPicture{1, 4}, kLargestPicture{30'000, 10'000};
 
 /// Reads "1000x200" into `size`; the text says what is wrong, and is empty when nothing is.
 std::string wrongWithSize(const std::string& text, PictureSize& size);

@@ -375,7 +375,8 @@ void addPeaks(CLI::App& app, marl::tool::PeaksOptions& options, Command& command
     color->check([&](const std::string& text) { return marl::tool::wrongWithColor(text, options.color); });
     CLI::Option* const json = peaks->add_flag("--json", options.json,
                                               "Print the peaks of as many columns in place of a picture:\n"
-                                              "[max, min], or [leftMax, leftMin, rightMax, rightMin]");
+                                              "[max, min], or [leftMax, leftMin, rightMax, rightMin];\n"
+                                              "a column without a frame has a max of -1, a min of 1");
     peaks->add_option("FILE", options.path, "AIFF or WAV file")->type_name("")->required();
     CLI::Option* const output = peaks->get_option("-o");
     peaks->callback([=, &options, &command] {
