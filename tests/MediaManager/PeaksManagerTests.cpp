@@ -61,59 +61,39 @@ TEST_F(PeaksOfSource, AreThoseOfAPlainScan) {
 }
 
 // A click is the whole difference between a silent file and another one: it must be in one column, of the
-// whole and of a part.
+// whole and of a part, and where it is heard, an entry of the table more or less.
 TEST_F(PeaksOfSource, HaveEachFrameInOneColumn) {
     for (const std::uint32_t length : {1u, 15u, 16u, 17u, 31u, 32u, 33u, 160u, 161u, 175u}) {
         SampledSource source(16, 2, length);
-        for (std::uint32_t frame = 0; frame < length; ++frame)
-            for (const unsigned channel : {0u, 1u}) source.data->set(frame, channel, 0);
+        const auto setFrame = [&](std::uint32_t frame, float left, float right) {
+            source.data->set(frame, 0, left);
+            source.data->set(frame, 1, right);
+        };
+        for (std::uint32_t frame = 0; frame < length; ++frame) setFrame(frame, 0, 0);
+        const double entryFrames = length / std::max(length / kInterval, 1u) + 1;
         for (std::uint32_t click = 0; click < length; ++click) {
-            source.data->set(click, 1, 0.5f);
+            setFrame(click, -0.25f, 0.5f);
             PeaksManager manager(source);
             for (const std::uint32_t from : {0u, length / 3, length / 2}) {
                 for (const std::uint32_t to : {length - 1, length - 1 - length / 5}) {
                     if (click < from || click > to) continue;
                     for (const int width : {1, 2, 3, 5, 9, 10, 11, 200}) {
                         const Peaks peaks = peaksOf(manager, 2, from, to, width);
-                        EXPECT_EQ(std::ranges::count(peaks, 0.5f, &Peak::maximum), 1)
-                            << "frame " << click << " of " << length << " in " << width << ", " << from
-                            << " to " << to;
+                        const std::string what = std::to_string(click) + " of " + std::to_string(length) +
+                                                 " in " + std::to_string(width) + ", " +
+                                                 std::to_string(from) + " to " + std::to_string(to);
+                        EXPECT_EQ(std::ranges::count(peaks, 0.5f, &Peak::maximum), 1) << what;
+                        EXPECT_EQ(std::ranges::count(peaks, -0.25f, &Peak::minimum), 1) << what;
+                        const auto place = std::ranges::find(peaks, 0.5f, &Peak::maximum) - peaks.begin();
+                        const double columnFrames = static_cast<double>(to - from) / width;
+                        EXPECT_NEAR((static_cast<double>(place / 2) + 0.5) * columnFrames, click - from,
+                                    columnFrames / 2 + entryFrames)
+                            << what;
+                        EXPECT_EQ(peaks.at(static_cast<std::size_t>(place) - 1).minimum, -0.25f) << what;
                     }
                 }
             }
-            source.data->set(click, 1, 0);
-        }
-    }
-}
-
-// The sources of a table are the entries as a scan has them; a column takes those that begin in it.
-TEST_F(PeaksOfSource, ComeFromTheTableBeyondItsInterval) {
-    for (const unsigned lanes : {1u, 2u}) {
-        for (const std::uint32_t length : {160u, 1000u, 4096u, 4099u}) {
-            SampledSource source(16, lanes, length, length);
-            PeaksManager manager(source);
-            const int entries = static_cast<int>(length / kInterval);
-            const Peaks table = scannedPeaks(*source.data, lanes, 0, length - 1, entries);
-            for (const int width : {1, 2, 3, 9}) {
-                const Peaks found = peaksOf(manager, lanes, 0, length - 1, width);
-                for (std::size_t column = 0; column < static_cast<std::size_t>(width); ++column) {
-                    const auto entryAt = [&](std::size_t i) {
-                        const std::size_t frame = i * (length - 1) / static_cast<std::size_t>(width);
-                        return frame * static_cast<std::size_t>(entries) / (length - 1);
-                    };
-                    const std::size_t end = column + 1 < static_cast<std::size_t>(width)
-                                                ? entryAt(column + 1)
-                                                : static_cast<std::size_t>(entries);
-                    for (std::size_t lane = 0; lane < lanes; ++lane) {
-                        Peak peak{0, 0};
-                        for (std::size_t entry = entryAt(column); entry < end; ++entry) {
-                            const Peak& one = table[entry * lanes + lane];
-                            peak = {std::max(peak.maximum, one.maximum), std::min(peak.minimum, one.minimum)};
-                        }
-                        EXPECT_EQ(found[column * lanes + lane], peak) << column << " of " << width;
-                    }
-                }
-            }
+            setFrame(click, 0, 0);
         }
     }
 }
@@ -157,6 +137,12 @@ TEST_F(PeaksOfSource, AreFlatWhereNothingCanBeRead) {
     EXPECT_EQ(readBy(manager, 1, 50, 40, 10), flat) << "from behind to";
     EXPECT_EQ(readBy(manager, 1, 100, 200, 10), flat) << "behind the end";
     EXPECT_EQ(readBy(manager, 1, 4'000'000'000u, 4'294'967'295u, 10), flat);
+    const Peaks overTheEnd = readBy(manager, 1, 0, 200, 4);  // columns begin at 0, 50, 100 and 150
+    EXPECT_EQ(Peaks(overTheEnd.begin() + 2, overTheEnd.end()), Peaks(2, Peak{0, 0}));
+    EXPECT_EQ(overTheEnd[0], scannedPeaks(*source.data, 1, 0, 49, 1)[0]);
+    SampledSource empty(16, 2, 0);
+    PeaksManager ofEmpty(empty);
+    EXPECT_EQ(peaksOf(ofEmpty, 2, 0, 0, 5), flat);
     source.data->failingSample = 90;
     EXPECT_EQ(readBy(manager, 1, 0, 99, 10), flat) << "the disk fails";
     source.data->failingSample = -1;
@@ -198,22 +184,6 @@ TEST_F(PeaksOfSource, ShowFullScaleWithoutAFormatThatIsKnown) {
     EXPECT_EQ(readBy(manager, 1, 0, 99, 10), Peaks(10, Peak{1, -1}));
 }
 
-TEST_F(PeaksOfSource, AreSilentBehindTheEnd) {
-    SampledSource source(16, 1, 100);
-    PeaksManager manager(source);
-    const Peaks peaks = readBy(manager, 1, 0, 200, 4);  // columns begin at 0, 50, 100 and 150
-    const Peaks scanned = scannedPeaks(*source.data, 1, 0, 99, 1);
-    EXPECT_EQ(std::max(peaks[0].maximum, peaks[1].maximum), scanned[0].maximum);
-    EXPECT_EQ(peaks[2], (Peak{0, 0}));
-    EXPECT_EQ(peaks[3], (Peak{0, 0}));
-}
-
-TEST_F(PeaksOfSource, OfNoFramesAreFlat) {
-    SampledSource source(16, 2, 0);
-    PeaksManager manager(source);
-    EXPECT_EQ(peaksOf(manager, 2, 0, 0, 5), Peaks(10, Peak{0, 0}));
-}
-
 // A settings file edited by hand can hold anything.
 TEST_F(PeaksOfSource, TakeTheDefaultIntervalWhereThereIsNone) {
     SampledSource source(16, 1, 3000);
@@ -236,12 +206,7 @@ TEST_F(PeaksOfSource, FollowItsLengthAndTheInterval) {
     EXPECT_EQ(peaksOf(manager, 1, 0, 1599, 5), peaksOf(fresh, 1, 0, 1599, 5));
     setInterval(3);
     EXPECT_EQ(peaksOf(manager, 1, 0, 1599, 5), peaksOf(fresh, 1, 0, 1599, 5));
-}
-
-TEST_F(PeaksOfSource, AreNullWithoutATable) {
-    SampledSource source(16, 1, 3200);
-    PeaksManager manager(source);
-    EXPECT_FALSE(manager.getStereoPeaksFromFrame(0, 3199, 5, false)) << "a mono source has no stereo table";
+    EXPECT_FALSE(manager.getStereoPeaksFromFrame(0, 1599, 5, false)) << "a mono source has no stereo table";
 }
 
 }  // namespace

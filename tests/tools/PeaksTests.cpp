@@ -124,16 +124,16 @@ TEST_F(Peaks, HaveTheColorThatIsAskedFor) {
     EXPECT_GE(pictureIn(outcome.out).marks({255, 128, 0, 64}), 40u);
 }
 
-TEST_F(Peaks, OfAFewFramesAreDrawnToo) {
-    const std::string path = m_folder.write("click.wav", rampFile(1, 1));
-    EXPECT_EQ(run({"--size", "5x20", path}).status, kDone);
-    const Picture picture = pictureIn(contentsOf(m_folder.path("click.png")));
-    EXPECT_EQ(picture.marks({0, 0, 0, 0}), 95u) << "a pixel a column";
-}
-
-TEST_F(Peaks, FillTheWidestPictures) {
-    EXPECT_EQ(run({"--size", "30000x4", "-o", "wide.png", m_mono}).status, kDone);
-    EXPECT_EQ(pictureIn(contentsOf(m_folder.path("wide.png"))).width, 30'000u);
+TEST_F(Peaks, FillTheNarrowestAndTheWidestPictures) {
+    const std::string click = m_folder.write("click.wav", rampFile(1, 1));
+    for (const auto& [path, width] :
+         {std::pair{click, 5u}, std::pair{m_stereo, 1u}, std::pair{m_mono, 30'000u}}) {
+        const auto outcome = run({"--size", std::to_string(width) + "x4", "-o", "-", path});
+        EXPECT_EQ(outcome.status, kDone) << outcome.err;
+        const Picture picture = pictureIn(outcome.out);
+        EXPECT_EQ(picture.width, width);
+        EXPECT_GE(4 * width - picture.marks({0, 0, 0, 0}), width) << "a pixel a column";
+    }
 }
 
 TEST_F(Peaks, ShowProgressWithLongFilesOnATerminalOnly) {
