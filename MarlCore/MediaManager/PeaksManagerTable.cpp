@@ -70,6 +70,7 @@ void PeaksManager::createPeakTable() {
     constexpr std::uint32_t kMostEntries = std::numeric_limits<int>::max();
     const int entries = static_cast<int>(std::min(length / m_savedInterval, kMostEntries));
     const std::uint32_t last = length > 0 ? length - 1 : 0;
+    m_cpp = {};  // nothing stays of a file that had other channels
     if (channels() == 1)
         m_cpp.mono = peaksFromFile<CPeaksBuffer>(0, last, entries, false);
     else

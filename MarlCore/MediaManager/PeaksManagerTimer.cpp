@@ -33,10 +33,12 @@ void PeaksManager::createTimerTable() {
     const std::uint32_t interval = peaksTableInterval();
     const std::uint32_t entries = lengthInFrames() / interval;
     const unsigned channelCount = channels();
+    PeaksCPP tables;
     if (channelCount == 1)
-        m_cpp.mono = new CPeaksBuffer(entries);
+        tables.mono = new CPeaksBuffer(entries);
     else
-        m_cpp.stereo = new CStereoPeaksBuffer(entries);
+        tables.stereo = new CStereoPeaksBuffer(entries);
+    m_cpp = tables;  // both: nothing stays of a file that had other channels
     m_savedLengthInFrames = lengthInFrames();
     m_savedInterval = interval;
     m_timerData = {};

@@ -194,19 +194,20 @@ float loudest(AudioSource& source) {
     return maximum;
 }
 
+/// Has the table made, by as many ticks as that takes.
+void buildOnTimer(AudioSource& source) {
+    source.buildPeaksOnTimer();
+    for (int ticks = 0; ticks < 100 && !source.peaksManager().isPeaksTableBuilt(); ++ticks)
+        source.peaksManager().peakBuildingTimer();
+}
+
 TEST_F(FileSources, DrawTheFileThatTheyHave) {
     // Of one length, so that only the exchange itself can tell.
     const std::string quiet = m_folder.write("a.aif", CountingFile{.frames = 800}.bytes());
     const CURLRef loud = urlOf(m_folder.write("b.aif", CountingFile{.frames = 800, .first = 20000}.bytes()));
     for (const bool onTimer : {false, true}) {
         AudioSource source(open(quiet));
-        const auto build = [&] {
-            if (!onTimer) return;
-            source.buildPeaksOnTimer();
-            for (int ticks = 0; ticks < 100 && !source.peaksManager().isPeaksTableBuilt(); ++ticks)
-                source.peaksManager().peakBuildingTimer();
-        };
-        build();
+        if (onTimer) buildOnTimer(source);
         EXPECT_FLOAT_EQ(loudest(source), 799 / 32768.f);
         const platform::Image before = source.waveformImageForSize({20, 20});
         source.goOffline();
@@ -214,11 +215,26 @@ TEST_F(FileSources, DrawTheFileThatTheyHave) {
         EXPECT_FLOAT_EQ(loudest(source), 799 / 32768.f) << "the waveform stays";
         source.mediaSourceRef()->reconnect(loud);
         EXPECT_FALSE(source.peaksManager().isPeaksTableBuilt());
-        build();
+        if (onTimer) buildOnTimer(source);
         EXPECT_FLOAT_EQ(loudest(source), 20799 / 32768.f);
         const platform::Image after = source.waveformImageForSize({20, 20});
         EXPECT_FALSE(
             std::ranges::equal(after.representations()[0]->bytes(), before.representations()[0]->bytes()));
+    }
+}
+
+TEST_F(FileSources, HaveNoPeaksOfAFileOfOtherChannels) {
+    const std::string mono = m_folder.write("a.aif", CountingFile{.frames = 800}.bytes());
+    const CURLRef stereo =
+        urlOf(m_folder.write("b.aif", CountingFile{.frames = 8000, .channels = 2}.bytes()));
+    for (const bool onTimer : {false, true}) {
+        AudioSource source(open(mono));
+        if (onTimer) buildOnTimer(source);
+        loudest(source);
+        source.mediaSourceRef()->reconnect(stereo);
+        if (onTimer) buildOnTimer(source);
+        EXPECT_TRUE(source.peaksManager().getStereoPeaksFromFrame(0, 7999, 20, false));
+        EXPECT_FALSE(source.peaksManager().getPeaksFromFrame(0, 7999, 20, false));
     }
 }
 
