@@ -48,11 +48,11 @@ std::string MediaSource::displayName() const {
 }
 
 void MediaSource::goOffline() {
-    raising([&] { m_source->goOffline(); });
+    raising([source = m_source] { source->goOffline(); });
 }
 
 bool MediaSource::checkFile() {
-    return raising([&] { return m_source->checkFile(); });
+    return raising([source = m_source] { return source->checkFile(); });
 }
 
 }  // namespace marl

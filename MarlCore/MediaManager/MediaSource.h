@@ -24,7 +24,8 @@ public:
 
     ~MediaSource() override;
 
-    const IMediaSourceRef& mediaSourceRef() const noexcept { return m_source; }
+    /// A reference of its own: who hears of a change of the source may drop the wrapper meanwhile.
+    IMediaSourceRef mediaSourceRef() const noexcept { return m_source; }
     platform::URL URL() const;
     std::string displayName() const;
     bool isAudio() const noexcept { return m_source->getKind() == MediaKind::kAudio; }

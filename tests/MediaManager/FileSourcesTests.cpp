@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <limits>
 
 #include "MediaManager/MediaFiles.h"
@@ -236,6 +237,23 @@ TEST_F(FileSources, HaveNoPeaksOfAFileOfOtherChannels) {
         EXPECT_TRUE(source.peaksManager().getStereoPeaksFromFrame(0, 7999, 20, false));
         EXPECT_FALSE(source.peaksManager().getPeaksFromFrame(0, 7999, 20, false));
     }
+}
+
+TEST_F(FileSources, MayBeDroppedByThoseWhoHearOfAChange) {
+    const CURLRef url = urlOf(m_folder.write("a.mov", "x"));
+    MediaSourcePtr source;
+    const std::function<void()> changes[] = {[&] { source->goOffline(); },
+                                             [&] { source->mediaSourceRef()->reconnect(url); }};
+    auto& center = NotificationCenter::defaultCenter();
+    center.addObserver(
+        this, [&](const platform::Notification&) { source.reset(); },
+        MarlCoreVideoSourceWillGoOfflineNotification, nullptr);
+    for (const auto& change : changes) {
+        source = MediaSource::wrapperOf(IMediaSourceRef(new CFileVideoSource(url, false)));
+        change();
+        EXPECT_FALSE(source);
+    }
+    center.removeObserver(this);
 }
 
 TEST_F(FileSources, TellThoseWhoShowAMovie) {
