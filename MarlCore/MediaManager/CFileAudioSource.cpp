@@ -75,17 +75,21 @@ void CFileAudioSource::exchangeFile(const IFileRef& file) noexcept {
 }
 
 void CFileAudioSource::projectFormatDidChange() {
-    if (isOffline()) {
-        if (m_fileRate > 0)
-            m_lengthInFrames = static_cast<std::uint32_t>(IFileData::convertedFrameCount(
-                m_fileFrames, m_fileRate, ProjectFormat::current().sampleRate));
-        return;
-    }
     try {
-        reconnect(getURL());
+        if (isOffline())
+            convertLength();
+        else
+            reconnect(getURL());
     } catch (const halyard::CException& exception) {
         goOffline(exception.getMessage());
     }
+}
+
+/// Throws for a length that the project's rate cannot count.
+void CFileAudioSource::convertLength() {
+    if (m_fileRate > 0)
+        m_lengthInFrames = static_cast<std::uint32_t>(
+            IFileData::convertedFrameCount(m_fileFrames, m_fileRate, ProjectFormat::current().sampleRate));
 }
 
 }  // namespace marl

@@ -26,7 +26,7 @@ public:
     CFileAudioSource(const CURLRef& url, bool offline);
 
     MediaKind getKind() const noexcept override { return MediaKind::kAudio; }
-    /// A source that cannot be had in the new format goes offline.
+    /// A source that cannot be had in the new format goes offline, or stays so with the length that it has.
     void projectFormatDidChange() override;
 
     /// The samples of now. [any thread]
@@ -48,6 +48,7 @@ protected:
 
 private:
     void exchangeFile(const IFileRef& file) noexcept;
+    void convertLength();
 
     IFileRef m_file;
     halyard::CMutex m_fileDataMutex;

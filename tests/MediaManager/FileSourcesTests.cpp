@@ -143,6 +143,18 @@ TEST_F(FileSources, AreSilentWhileOfflineAndKeepTheirLength) {
     EXPECT_EQ(never->getLengthInFrames() + never->getNumberOfChannels(), 0u);
 }
 
+TEST_F(FileSources, KeepTheirLengthInAFormatThatHasNoSuchLength) {
+    ProjectFormat::setCurrent({4, 32, 0});
+    const CFileAudioSourceRef source =
+        open(m_folder.write("a.aif", CountingFile{.frames = 10000, .sampleRate = 4}.bytes()));
+    for (const bool isOffline : {false, true}) {  // once it goes offline by that
+        ProjectFormat::setCurrent({1e6, 32, 0});
+        source->projectFormatDidChange();
+        EXPECT_TRUE(source->isOffline()) << isOffline;
+        EXPECT_EQ(source->getLengthInFrames(), 10000u);
+    }
+}
+
 TEST_F(FileSources, ReconnectWholeOrNotAtAll) {
     const std::string path = m_folder.write("a.aif", CountingFile{}.bytes());
     const CURLRef longer = urlOf(m_folder.write("b.aif", CountingFile{.frames = 1500, .first = 7}.bytes()));
