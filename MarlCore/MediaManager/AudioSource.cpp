@@ -18,7 +18,6 @@ platform::Image AudioSource::waveformImageForSize(platform::Size size, std::uint
 }
 
 void AudioSource::buildPeaksOnTimer() {
-    m_buildsPeaksOnTimer = true;
     raising([&] { m_peaks.startPeriodicPeakBuilding(); });
 }
 
@@ -27,7 +26,7 @@ void AudioSource::wrappedObjectDidChange() {
     if (isOffline()) return;
     m_peaks.invalidateCache();
     m_peaks.invalidatePeaksTable();
-    if (!m_buildsPeaksOnTimer) return;
+    if (!m_peaks.isBuiltOnTimer()) return;
     m_peaks.stopPeriodicPeakBuilding();
     m_peaks.startPeriodicPeakBuilding();
 }

@@ -23,7 +23,7 @@ public:
     bool offline() override { return isOffline(); }
     IAudioSourceRef sourceRef() override { return m_audio; }
 
-    /// Where peaks come from. Ask `buildPeaksOnTimer` to start it on the timer.
+    /// Where peaks come from.
     PeaksManager& peaksManager() noexcept { return m_peaks; }
     /// See `PeaksManager`.
     platform::Image waveformImageForSize(platform::Size size);
@@ -37,7 +37,6 @@ public:
 private:
     CFileAudioSourceRef m_audio;
     PeaksManager m_peaks;
-    bool m_buildsPeaksOnTimer = false;
 };
 
 }  // namespace marl

@@ -76,6 +76,8 @@ public:
     /// timer: then that fills it.
     void createPeakTable();
     bool isPeaksTableBuilt() const noexcept { return m_peaksTableBuilt; }
+    /// Whether the table comes from the timer, once and for all.
+    bool isBuiltOnTimer() const noexcept { return m_timerData.m_buildingPeaksOnTimer; }
     /// Frames an entry of a table, by the preference. Where that makes no sense (it is missing, zero or
     /// negative) 256 count: it is a divisor.
     static std::uint32_t peaksTableInterval();
