@@ -10,7 +10,8 @@
 namespace marl {
 
 /// Wraps a `CFileAudioSource`, and has the waveforms of it. They are made anew when another file, or another
-/// format, takes the place of the one before; while the source is offline the old ones stay. [main thread]
+/// format, takes the place of the one before. While the source is offline, the last image and the table stay,
+/// unless the rate of the project changes; peaks that are finer than the table are full scale. [main thread]
 class MARLCORE_EXPORT AudioSource final : public MediaSource, public PeaksAudioSource {
 public:
     /// Throws `platform::Exception` for null.
@@ -23,7 +24,7 @@ public:
     bool offline() override { return isOffline(); }
     IAudioSourceRef sourceRef() override { return m_audio; }
 
-    /// Where peaks come from.
+    /// Where peaks come from. Unlike this class it throws `halyard::CException`.
     PeaksManager& peaksManager() noexcept { return m_peaks; }
     /// See `PeaksManager`.
     platform::Image waveformImageForSize(platform::Size size);
