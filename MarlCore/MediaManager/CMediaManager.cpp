@@ -16,12 +16,14 @@ CMediaManager* g_sharedManager = nullptr;
 /// The one URL that stands for all spellings of a file. What is not there, or cannot be looked at, is taken
 /// as it is spelt; URLs of no file of this machine stay as they are.
 CURLRef resolved(const CURLRef& url) {
+    halyard::throwIfNull(url, "url");
     const CStringRef given = halyard::asString(url->getFileSystemPath(CURL::kPOSIXPathStyle));
     if (!given) return url;
     const std::filesystem::path path = given->getStringRef();
     std::error_code error;
     const std::filesystem::path onDisk = std::filesystem::weakly_canonical(path, error);
-    const std::filesystem::path& best = error ? path.lexically_normal() : onDisk;
+    std::filesystem::path best = error ? path.lexically_normal() : onDisk;
+    if (!best.has_filename() && best.has_relative_path()) best = best.parent_path();  // was "…/."
     return CURLRef(new CURL(platform::URL::fromPath(best.string(), false)));
 }
 
@@ -53,9 +55,7 @@ void CMediaManager::setSharedCMediaManager(CMediaManager* manager) noexcept {
     g_sharedManager = manager;
 }
 
-CMediaManager::SourceMap::const_iterator CMediaManager::find(const CURLRef& url) const {
-    halyard::throwIfNull(url, "url");
-    const CURLRef key = resolved(url);
+CMediaManager::SourceMap::const_iterator CMediaManager::find(const CURLRef& url, const CURLRef& key) const {
     if (const auto entry = m_sources.find(key); entry != m_sources.end()) return entry;
     return std::ranges::find_if(m_sources, [&](const auto& entry) {
         const CSourceMapMember& member = entry.second;
@@ -68,21 +68,22 @@ CMediaManager::SourceMap::const_iterator CMediaManager::findSource(const IMediaS
 }
 
 bool CMediaManager::haveSourceWithURL(CURLRef url, CURLRef) const {
-    return find(url) != m_sources.end();
+    return find(url, resolved(url)) != m_sources.end();
 }
 
 IMediaSourceRef CMediaManager::getSource(CURLRef url, CURLRef secondURL, bool offline) {
-    if (const auto entry = find(url); entry != m_sources.end()) return entry->second.source;
+    const CURLRef key = resolved(url);
+    if (const auto entry = find(url, key); entry != m_sources.end()) return entry->second.source;
     const IMediaSourceRef source(IMediaSource::New(url, offline));
-    m_sources.emplace(resolved(url), CSourceMapMember{source, secondURL ? resolved(secondURL) : nullptr});
+    m_sources.emplace(key, CSourceMapMember{source, secondURL ? resolved(secondURL) : nullptr});
     return source;
 }
 
 void CMediaManager::addSource(const IMediaSourceRef& source) {
     requireSource(source);
     const CURLRef url = source->getURL();
-    if (haveSourceWithURL(url, url)) refuseSecondSource();
     const CURLRef key = resolved(url);
+    if (find(url, key) != m_sources.end()) refuseSecondSource();
     m_sources.emplace(key, CSourceMapMember{source, key});
 }
 
@@ -96,9 +97,9 @@ void CMediaManager::removeSource(IMediaSourceRef source, bool) {
 
 void CMediaManager::renameSource(IMediaSourceRef source, const CURLRef& newURL) {
     requireSource(source);
-    const auto there = find(newURL);
-    if (there != m_sources.end() && there->second.source != source) refuseSecondSource();
     const CURLRef key = resolved(newURL);
+    const auto there = find(newURL, key);
+    if (there != m_sources.end() && there->second.source != source) refuseSecondSource();
     CURLRef secondURL = key;
     if (const auto before = findSource(source); before != m_sources.end()) {
         secondURL = CURLLess()(before->first, key) || CURLLess()(key, before->first)

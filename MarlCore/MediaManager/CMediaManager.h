@@ -65,7 +65,8 @@ private:
     };
     using SourceMap = std::map<CURLRef, CSourceMapMember, CURLLess>;
 
-    SourceMap::const_iterator find(const CURLRef& url) const;
+    /// `key`: `url` resolved.
+    SourceMap::const_iterator find(const CURLRef& url, const CURLRef& key) const;
     SourceMap::const_iterator findSource(const IMediaSourceRef& source) const;
 
     SourceMap m_sources;  // by resolved URL

@@ -110,6 +110,7 @@ TEST_F(MediaRegistry, KnowsAFileByEverySpellingOfItsURL) {
         {root + "/real//./loops/../loops/Kick%201.aif", true},
         {root + "/real/gone/../loops/Kick%201.aif", true},
         {root + "/real/loops/Kick%201.aif/", true},
+        {root + "/real/loops/Kick%201.aif/.", true},
         {root + "/link/Kick%201.aif?version=2", true},
         {root + "/link/../loops/Kick%201.aif", true},
         {root + "/link/../Kick%201.aif", false},  // behind the link, not beside it
