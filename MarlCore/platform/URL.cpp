@@ -54,7 +54,7 @@ struct Parts {
 
 Parts split(std::string_view text) noexcept {
     Parts parts;
-    text = text.substr(0, text.find_first_of("?#"));
+    text = text.substr(0, std::min(text.find('?'), text.find('#')));
     if (hasScheme(text)) {
         parts.scheme = text.substr(0, text.find(':'));
         text.remove_prefix(parts.scheme.size() + 1);
@@ -68,13 +68,19 @@ Parts split(std::string_view text) noexcept {
     return parts;
 }
 
-/// The path of a file URL of this machine, without escapes, or nothing.
-std::optional<std::string> localPath(std::string_view text) {
+/// The path of a file URL of this machine, still escaped, or nothing.
+std::optional<std::string_view> escapedLocalPath(std::string_view text) noexcept {
     const Parts parts = split(text);
     const bool isLocal = parts.host.empty() || equalsIgnoringCase(parts.host, "localhost");
     if (!equalsIgnoringCase(parts.scheme, "file") || !isLocal || !parts.path.starts_with('/'))
         return std::nullopt;
-    return removePercentEscapes(parts.path);
+    return parts.path;
+}
+
+/// The same without escapes.
+std::optional<std::string> localPath(std::string_view text) {
+    const auto path = escapedLocalPath(text);
+    return path ? std::optional(removePercentEscapes(*path)) : std::nullopt;
 }
 
 }  // namespace
@@ -145,8 +151,12 @@ std::string URL::pathExtension() const {
 
 bool operator==(const URL& a, const URL& b) {
     if (a.m_text == b.m_text) return true;
-    const auto path = localPath(a.m_text);
-    return path && path == localPath(b.m_text);
+    const auto pathOfA = escapedLocalPath(a.m_text), pathOfB = escapedLocalPath(b.m_text);
+    if (!pathOfA || !pathOfB) return false;
+    // Most paths have no escapes, and whoever looks for one compares it with many.
+    const bool isPlain =
+        pathOfA->find('%') == std::string_view::npos && pathOfB->find('%') == std::string_view::npos;
+    return isPlain ? pathOfA == pathOfB : removePercentEscapes(*pathOfA) == removePercentEscapes(*pathOfB);
 }
 
 bool operator<(const URL& a, const URL& b) {
