@@ -3,6 +3,7 @@
 
 #include <MarlCore/platform/PropertyListText.h>
 
+#include <filesystem>
 #include <utility>
 
 namespace platform {
@@ -85,7 +86,13 @@ std::optional<std::string> KeyedUnarchiver::decodeString(std::string_view key) c
 
 std::optional<URL> KeyedUnarchiver::decodeURL(std::string_view key) const {
     const auto text = decodeString(key);
-    return text ? std::optional(URL::fromString(*text)) : std::nullopt;
+    if (!text) return std::nullopt;
+    try {
+        // Without a scheme it would be a path from whatever folder is the current one, which may be gone.
+        if (URL url = URL::fromString(*text); url.string() == *text) return url;
+    } catch (const std::filesystem::filesystem_error&) {
+    }
+    return std::nullopt;
 }
 
 }  // namespace platform

@@ -126,10 +126,14 @@ TEST(TimelineMarker, TakesTheKeysOfAnArchiveForWhatTheyAre) {
                         {"marker unit", std::int64_t{1} << 32},
                         {"position", "6"}}),
               "type=Beats position=0.00 0 nil nil");
-    EXPECT_EQ(
-        markerOf(
-            {{"marker type", 258}, {"title", "t"}, {"comment", "c"}, {"marker unit", 1}, {"position", 1.5}}),
-        "type=Seconds position=1.50 2 t c");
+    EXPECT_EQ(markerOf({{"marker type", 258},
+                        {"title", "t"},
+                        {"comment", "c"},
+                        {"url", "file:///c.aif"},
+                        {"marker unit", 1},
+                        {"position", 1.5}}),
+              "type=Seconds position=1.50 2 t c file:///c.aif");
+    EXPECT_EQ(markerOf({{"url", "c.aif"}}), "type=Beats position=0.00 0 nil nil") << "relative to nothing";
 }
 
 TEST(TimelineMarkerDeathTest, ReportsANullMarker) {
