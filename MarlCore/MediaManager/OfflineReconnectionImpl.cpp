@@ -140,14 +140,14 @@ private:
     }
 
     bool use(const IMediaSourceRef& source, const MissingFile& file, const std::string& path) {
-        const platform::URL url = platform::URL::fromPath(path, false);
         try {
-            reconnectSource(m_session.m_registry, source, CURLRef(new CURL(url)));
+            const CURLRef url(new CURL(halyard::CSTR(path), CURL::kPOSIXPathStyle, false));
+            reconnectSource(m_session.m_registry, source, url);
         } catch (const halyard::CException& exception) {
             m_resolver.fileIsNotUsable(file, path, exception.getMessage());
             return false;
         }
-        m_resolver.didReconnect(file, url);
+        m_resolver.didReconnect(file, urlOf(source->getURL()));
         return true;
     }
 
