@@ -76,20 +76,20 @@ void CFileAudioSource::exchangeFile(const IFileRef& file) noexcept {
 
 void CFileAudioSource::projectFormatDidChange() {
     try {
-        if (isOffline())
-            convertLength();
-        else
-            reconnect(getURL());
+        if (!isOffline()) reconnect(getURL());
     } catch (const halyard::CException& exception) {
         goOffline(exception.getMessage());
     }
+    if (isOffline() && m_fileRate > 0) convertLength();
 }
 
-/// Throws for a length that the project's rate cannot count.
 void CFileAudioSource::convertLength() {
-    if (m_fileRate > 0)
+    try {
         m_lengthInFrames = static_cast<std::uint32_t>(
             IFileData::convertedFrameCount(m_fileFrames, m_fileRate, ProjectFormat::current().sampleRate));
+    } catch (const halyard::CParamException&) {
+        // of a length that this rate cannot count: it stays as it is
+    }
 }
 
 }  // namespace marl

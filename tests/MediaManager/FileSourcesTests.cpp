@@ -183,6 +183,7 @@ TEST_F(FileSources, GoOfflineWhenANewFormatFindsTheFileGone) {
     ProjectFormat::setCurrent({48000, 32, 0});
     source->projectFormatDidChange();
     EXPECT_TRUE(source->isOffline());
+    EXPECT_EQ(source->getLengthInFrames(), 1088u) << "at the new rate, as when it was offline before";
 }
 
 TEST_F(FileSources, HaveOneWrapperAsLongAsItIsHeld) {
