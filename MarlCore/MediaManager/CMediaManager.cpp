@@ -57,10 +57,12 @@ void CMediaManager::setSharedCMediaManager(CMediaManager* manager) noexcept {
 
 CMediaManager::SourceMap::const_iterator CMediaManager::find(const CURLRef& url, const CURLRef& key) const {
     if (const auto entry = m_sources.find(key); entry != m_sources.end()) return entry;
-    return std::ranges::find_if(m_sources, [&](const auto& entry) {
-        const CSourceMapMember& member = entry.second;
-        return (member.secondURL && *member.secondURL == *key) || *member.source->getURL() == *url;
+    const auto second = std::ranges::find_if(m_sources, [&](const auto& entry) {
+        return entry.second.secondURL && *entry.second.secondURL == *key;
     });
+    if (second != m_sources.end()) return second;
+    return std::ranges::find_if(m_sources,
+                                [&](const auto& entry) { return *entry.second.source->getURL() == *url; });
 }
 
 CMediaManager::SourceMap::const_iterator CMediaManager::findSource(const IMediaSourceRef& source) const {

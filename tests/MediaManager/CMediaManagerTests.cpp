@@ -94,6 +94,14 @@ TEST_F(MediaRegistry, RenamesAndStillKnowsTheNameBefore) {
     EXPECT_FALSE(m_manager->haveSourceWithURL(m_c, m_c));
 }
 
+TEST_F(MediaRegistry, TakesASecondURLBeforeTheOneOfASource) {
+    const IMediaSourceRef renamed = offlineSource(m_b);
+    m_manager->renameSource(renamed, m_a);
+    EXPECT_EQ(m_manager->getSource(m_b, nullptr, true), renamed) << "which is its own";
+    const IMediaSourceRef other = m_manager->getSource(m_c, m_b, true);
+    EXPECT_EQ(m_manager->getSource(m_b, nullptr, true), other);
+}
+
 TEST_F(MediaRegistry, KnowsAFileByEverySpellingOfItsURL) {
     const support::TemporaryFolder folder;
     folder.write("real/loops/Kick 1.aif", "");
