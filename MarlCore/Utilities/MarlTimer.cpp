@@ -27,9 +27,8 @@ public:
     template <typename Make>
     MarlTimerRef findOrInsert(std::thread::id thread, Make make) {
         const std::scoped_lock lock(m_lock);
-        MarlTimerRef& timer = m_timers[thread];
-        if (!timer) timer = make();
-        return timer;
+        const auto found = m_timers.find(thread);
+        return found != m_timers.end() ? found->second : m_timers.emplace(thread, make()).first->second;
     }
 
     std::vector<MarlTimerRef> all() {
