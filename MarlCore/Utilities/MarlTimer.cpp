@@ -61,6 +61,10 @@ MarlTimerRef MarlTimer::timerForCurrentThread() {
     });
 }
 
+bool MarlTimer::interceptingNSTimerForCurrentThread() {
+    return timerForCurrentThread()->interceptingNSTimer();
+}
+
 platform::TimerRef MarlTimer::timerWithTimeInterval(double interval,
                                                     const std::shared_ptr<const void>& target,
                                                     Selector selector, std::any userInfo, bool repeats) {

@@ -24,8 +24,10 @@ using MarlTimerRef = std::shared_ptr<MarlTimer>;
 /// Makes the timers of a host and, once it is told to, steps in between each timer and its target: it writes
 /// down how late every call came and how long it took, and prints a report of them.
 ///
+///     MarlTimer::timerForCurrentThread()->setInterceptingNSTimer(true);  // before its timers are made
 ///     MarlTimer::scheduledTimerWithTimeInterval(1 / 15.0, view, {"redraw", [&](auto&) { ... }}, {}, true);
-///     MarlTimer::setInterceptingNSTimerForAllThreads(true);  // before the timers are made
+///     ...
+///     MarlTimer::dumpResultsForAllThreads(false);
 ///
 /// There is one a thread. It measures timers made in its thread while it is intercepting, and no older ones.
 /// What it has measured lasts until it is cleared, or until the host posts that it will terminate
@@ -51,6 +53,8 @@ public:
 
     /// The one of this thread, made with the first call.
     static MarlTimerRef timerForCurrentThread();
+    /// Whether timers made in this thread are measured.
+    static bool interceptingNSTimerForCurrentThread();
 
     /// A timer for `RunLoop::addTimer`. `interval` in seconds. `target` is any object of a host, not null (a
     /// `platform::Exception` otherwise), the selector's operation one that belongs to it. One intercepted
@@ -69,7 +73,7 @@ public:
     //
     // The registry's lock is deliberately not held while these walk the threads: a report may take its time,
     // and a thread that makes its first timer must not wait for it. They walk the `MarlTimer`s that there are
-    // at the call.
+    // at the call, and reach no thread that makes its own later: not even this one.
 
     static void setInterceptingNSTimerForAllThreads(bool intercepting);
     static void clearStatsForAllThreads();

@@ -258,7 +258,7 @@ TEST_F(MarlTimers, ArePlainWhileNobodyIntercepts) {
     m_own->setInterceptingNSTimer(false);
     addTick(0.5);
     MarlTimer::setInterceptingNSTimerForAllThreads(true);
-    EXPECT_TRUE(MarlTimer::timerForCurrentThread()->interceptingNSTimer());
+    EXPECT_TRUE(MarlTimer::interceptingNSTimerForCurrentThread());
     callDueTimers();
     EXPECT_EQ(m_calls, 1);
     EXPECT_EQ(report().size(), 4U);
