@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/platform/Locale.h>
 
+#include <cstddef>
 #include <cstdlib>
-#include <string_view>
 
 namespace platform {
 namespace {
@@ -19,6 +19,19 @@ char lowerCase(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+/// What U+00C0 to U+00FF sort as, a blank for what is no letter.
+constexpr std::string_view kBaseLetters =
+    "aaaaaaaceeeeiiiidnooooo ouuuuyts"
+    "aaaaaaaceeeeiiiidnooooo ouuuuyty";
+constexpr char kLead = '\xC3', kSharpS = '\x9F';  // in UTF-8
+
+/// The base letter of the character at `i`, a blank for one without.
+char baseLetterAt(std::string_view text, std::size_t i) noexcept {
+    if (text[i] != kLead || i + 1 == text.size()) return ' ';
+    const auto second = static_cast<unsigned char>(text[i + 1]);
+    return second >= 0x80 && second < 0xC0 ? kBaseLetters[second - 0x80U] : ' ';
+}
+
 }  // namespace
 
 std::string preferredLanguage() {
@@ -30,6 +43,20 @@ std::string preferredLanguage() {
         language += letter;
     }
     return language.size() >= 2 ? language : "en";
+}
+
+std::string dictionaryKey(std::string_view text) {
+    std::string key;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char base = baseLetterAt(text, i);
+        if (base == ' ') {
+            key += lowerCase(text[i]);
+            continue;
+        }
+        key += base;
+        if (text[++i] == kSharpS) key += 's';
+    }
+    return key;
 }
 
 }  // namespace platform

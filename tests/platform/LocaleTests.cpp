@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <iterator>
+
 #include "support/EnvironmentVariable.h"
 
 namespace platform {
@@ -25,6 +28,16 @@ TEST(Locale, TellsTheLanguageOfMessages) {
             {"LC_ALL", all}, {"LC_MESSAGES", messages}, {"LANG", lang}};
         EXPECT_EQ(preferredLanguage(), language) << (all ? all : "-");
     }
+}
+
+TEST(Locale, SortsAsADictionaryDoes) {
+    const char* const inOrder[] = {"",        "808 Kick",      "Akkord",       "Au\u00DFenaufnahme",
+                                   "Auto",    "Cajon",         "Caj\u00F3N 2", "F\u00C4LLE",
+                                   "fallend", "\u00DCbergang", "Uhr",          "Zither",
+                                   "\xC3",    "\u00D7",        "\xC4\x80"};
+    for (std::size_t i = 1; i < std::size(inOrder); ++i)
+        EXPECT_LT(dictionaryKey(inOrder[i - 1]), dictionaryKey(inOrder[i])) << inOrder[i];
+    EXPECT_EQ(dictionaryKey("\u00DC\u00FC\u00DF\u00FF\u00F7\u00C0\u00DE"), "uussy\u00F7at");
 }
 
 }  // namespace

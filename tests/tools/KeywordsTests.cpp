@@ -66,13 +66,15 @@ TEST_F(Keywords, HaveTheirNamesInTheLanguageOfTheUser) {
     add("b.aif",
         {.instrument = "Bass Guitar", .instrumentSubType = "Xsub", .descriptors = {"Wet", "Bright"}});
     add("c.aif", {.instrument = "Effect", .instrumentSubType = "Transition"});
+    add("d.aif", {.instrument = "Effect", .instrumentSubType = "Whoosh"});
     index();
     const support::EnvironmentVariable german("LC_ALL", "de_AT.UTF-8");
-    EXPECT_EQ(keywords(false),
-              "instruments\n       1  E-Bass  (Bass Guitar)\n       1    Xsub\n       1  Effekt  (Effect)\n"
-              "       1    \u00DCbergang  (Transition)\n       1  Holzbl\u00E4ser  (Woodwind)\n"
-              "       1    Fl\u00F6te  (Flute)\ngenres\n       1  House\n"
-              "descriptors\n       1  Hell  (Bright)\n       1  Mit Hall  (Wet)\n");
+    EXPECT_EQ(
+        keywords(false),
+        "instruments\n       1  E-Bass  (Bass Guitar)\n       1    Xsub\n       2  Effekt  (Effect)\n"
+        "       1    \u00DCbergang  (Transition)\n       1    Whoosh\n       1  Holzbl\u00E4ser  (Woodwind)\n"
+        "       1    Fl\u00F6te  (Flute)\ngenres\n       1  House\n"
+        "descriptors\n       1  Hell  (Bright)\n       1  Mit Hall  (Wet)\n");
     EXPECT_EQ(json::parse(keywords(true))["instrument"][0]["name"], "E-Bass");
 }
 

@@ -8,7 +8,7 @@
 #include "marl/TextTable.h"
 
 #include <MarlCore/SearchEngine/KeywordNames.h>
-#include <MarlCore/SearchEngine/LocalizedKeyword.h>
+#include <MarlCore/platform/Locale.h>
 
 #include <algorithm>
 #include <ostream>
@@ -29,17 +29,11 @@ std::string nameOf(const KeywordCount& one, const KeywordNames& names) {
     return name ? *name : keyOf(one);
 }
 
-Keywords sortedByName(const Keywords& all, const KeywordNames& names) {
-    std::vector<LocalizedKeyword> shown;
-    for (const KeywordCount& one : all)
-        shown.emplace_back(nameOf(one, names), static_cast<std::int32_t>(shown.size()));
-    std::ranges::stable_sort(shown, [](const LocalizedKeyword& a, const LocalizedKeyword& b) {
-        return a.caseInsensitiveCompare(b) < 0;
-    });
-    Keywords sorted;
-    for (const LocalizedKeyword& one : shown)
-        sorted.push_back(all[static_cast<std::size_t>(one.searchKeyIndexNumber())]);
-    return sorted;
+/// As a dictionary has them. Those of the same place stay in the order of their keys.
+Keywords sortedByName(Keywords all, const KeywordNames& names) {
+    std::ranges::stable_sort(
+        all, {}, [&](const KeywordCount& one) { return platform::dictionaryKey(nameOf(one, names)); });
+    return all;
 }
 
 /// The keywords of one category, in the order of `all`. Those of no known category count as descriptors.
