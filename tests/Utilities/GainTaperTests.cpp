@@ -25,13 +25,6 @@ float down(float value) {
     return std::nextafter(value, -kInfinity);
 }
 
-/// The float itself, or one of its neighbours: how far double arithmetic may be off.
-testing::AssertionResult isNear(float value, long double exact) {
-    const auto expected = static_cast<float>(exact);
-    if (value >= down(expected) && value <= up(expected)) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << value << " instead of " << expected;
-}
-
 /// A fader's line through its breakpoints, from one to the next, and on below the last one.
 long double onLines(long double x, const std::vector<std::pair<long double, long double>>& points) {
     std::size_t i = 0;
@@ -46,31 +39,22 @@ TEST(GainTaper, FollowsItsLines) {
         {0, 0}, {-24, -6}, {-48, -12}, {-72, -24}, {-96, -96}};
     auto toGain = toPlace;
     for (auto& [gain, place] : toGain) std::swap(gain, place);
-    for (const float point : {0.0F, -6.0F, -12.0F, -24.0F, -48.0F, -72.0F, -96.0F, -1000.0F, 12.0F}) {
-        for (const float x : {down(point), point, up(point)}) {
-            EXPECT_TRUE(isNear(taperGain(x), x > 0 ? x : onLines(x, toPlace))) << x;
-            EXPECT_TRUE(isNear(untaperGain(x), x > 0 ? x : onLines(x, toGain))) << x;
-        }
-    }
-    const struct {
-        float gain, place;
-    } exact[] = {{0, 0}, {-24, -6}, {-48, -12}, {-72, -24}, {-96, -96}, {6, 6}, {-12, -3}, {-60, -18}};
-    for (const auto& [gain, place] : exact) {
-        EXPECT_EQ(taperGain(gain), place);
-        EXPECT_EQ(untaperGain(place), gain);
+    const auto check = [&](float x) {
+        EXPECT_EQ(taperGain(x), x > 0 ? x : static_cast<float>(onLines(x, toPlace))) << x;
+        EXPECT_EQ(untaperGain(x), x > 0 ? x : static_cast<float>(onLines(x, toGain))) << x;
+    };
+    for (const float point : {0.0F, -6.0F, -12.0F, -24.0F, -48.0F, -72.0F, -96.0F})
+        for (const float x : {down(point), point, up(point)}) check(x);
+    for (int i = 24'000; i >= -200'000; --i) {
+        const float x = static_cast<float>(i) / 1000;
+        check(x);
+        // The lines are up to four times as steep one way and three times the other way: so grows what was
+        // rounded.
+        EXPECT_NEAR(untaperGain(taperGain(x)), x, std::abs(x) * 0x1p-21);
+        EXPECT_NEAR(taperGain(untaperGain(x)), x, std::abs(x) * 0x1p-21);
     }
     EXPECT_EQ(taperGain(-kInfinity), -kInfinity);
     EXPECT_EQ(untaperGain(kInfinity), kInfinity);
-}
-
-TEST(GainTaper, ComesBackOverTheWholeRange) {
-    for (int i = 24'000; i >= -200'000; --i) {
-        const float gain = static_cast<float>(i) / 1000;
-        // The lines are up to four times as steep one way and three times the other way: so grows what was
-        // rounded.
-        EXPECT_NEAR(untaperGain(taperGain(gain)), gain, std::abs(gain) * 0x1p-21) << gain;
-        EXPECT_NEAR(taperGain(untaperGain(gain)), gain, std::abs(gain) * 0x1p-21) << gain;
-    }
 }
 
 const float kLowestCurve = std::bit_cast<float>(std::uint32_t{0x3727c5ac});
@@ -164,13 +148,10 @@ TEST(GainTaper, DrawsEachSideToItsRange) {
             return linearToNonlinearWithRange(c, x, kNegative, kPositive);
         };
         for (const float end : {kNegative, kPositive}) {
-            EXPECT_FLOAT_EQ(toLinear(end), end);
-            EXPECT_FLOAT_EQ(toNonlinear(end), end);
-            for (int i = 1; i <= 1000; ++i) {
-                const float part = static_cast<float>(i) / 1000, x = part * end;
+            for (int i = 1; i <= 100; ++i) {
+                const float part = static_cast<float>(i) / 100, x = part * end;
                 EXPECT_NEAR(toLinear(x) / end, nonlinearToLinear(c, part), tolerance) << c << ' ' << x;
                 EXPECT_NEAR(toNonlinear(x) / end, linearToNonlinear(c, part), tolerance) << c << ' ' << x;
-                EXPECT_NEAR(toNonlinear(toLinear(x)) / end, part, tolerance) << c << ' ' << x;
             }
         }
     }
