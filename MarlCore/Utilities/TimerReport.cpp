@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include <locale.h>
+
 namespace marl {
 namespace {
 
@@ -24,6 +26,24 @@ public:
     OutputLock(const OutputLock&) = delete;
     OutputLock& operator=(const OutputLock&) = delete;
     ~OutputLock() { ::funlockfile(stdout); }
+};
+
+/// Points in the numbers that this thread prints, whatever locale the host has set.
+class PlainNumbers {
+public:
+    PlainNumbers() noexcept : m_plain(::newlocale(LC_NUMERIC_MASK, "C", nullptr)) {
+        if (m_plain) m_ofHost = ::uselocale(m_plain);
+    }
+    PlainNumbers(const PlainNumbers&) = delete;
+    PlainNumbers& operator=(const PlainNumbers&) = delete;
+    ~PlainNumbers() {
+        if (!m_plain) return;
+        ::uselocale(m_ofHost);
+        ::freelocale(m_plain);
+    }
+
+private:
+    locale_t m_plain, m_ofHost = nullptr;
 };
 
 struct Counts {
@@ -81,6 +101,7 @@ std::string printTimerReport(const MarlTimer* timer, std::span<const TimerSetEnt
     std::string summary;
     Counts total;
     const OutputLock lock;
+    const PlainNumbers numbers;
     std::printf("--Dumping Results for MarlTimer = %lx\n", address);
     for (const TimerSetEntry& entry : entries) {
         const Counts counts = printEntry(entry);
