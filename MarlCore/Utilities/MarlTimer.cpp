@@ -145,7 +145,8 @@ void MarlTimer::_addTimer(const platform::TimerRef& timer, double interval, Acti
 }
 
 /// The call may remove the entry, give it another timer or print a report. So it is made without the lock,
-/// and what was measured goes to the entry that was found before, wherever that is now.
+/// and what was measured goes to the entry that was found before, wherever that is now. How late it came
+/// counts from the time that the entry had then: a call that makes its timer anew sets another one.
 void MarlTimer::marlTimerProc(platform::Timer& timer) {
     EntryRef entry;  // both go without the lock
     ActionRef action;
