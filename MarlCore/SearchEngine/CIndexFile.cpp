@@ -217,11 +217,13 @@ void CIndexFile::discardChanges() noexcept {
 
 void CIndexFile::removeFile() {
     if (m_path->getLength() == 0) return;
+    // Its name may be another one's by now, which somebody else has made since.
+    const bool isGone = isDeleted();
     if (m_descriptor >= 0) ::close(m_descriptor);
     m_descriptor = -1;
     forgetContents();
     m_dirty = false;
-    if (::unlink(m_path->getCharPtr()) != 0 && errno != ENOENT)
+    if (!isGone && ::unlink(m_path->getCharPtr()) != 0 && errno != ENOENT)
         throwFileError(errno, "failed to remove '%s'", m_path);
 }
 

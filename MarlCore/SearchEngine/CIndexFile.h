@@ -108,7 +108,7 @@ public:
     /// as it is on disk, where another process may have brought it up to date meanwhile.
     void discardChanges() noexcept;
 
-    /// Deletes the file. This object holds nothing then.
+    /// Deletes the file, unless another one has its name by now. This object holds nothing then.
     void removeFile();
 
     /// Reads everything again when another process has changed the file, for the holder of the contents. One

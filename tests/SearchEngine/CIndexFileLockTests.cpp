@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <thread>
 
@@ -40,6 +41,15 @@ bool isLocked(const std::string& path, std::int64_t byte, short type) {
 
 constexpr std::int64_t kUpdateByte = std::int64_t{1} << 62;
 constexpr std::int64_t kContentsByte = kUpdateByte + 1;
+
+TEST_F(IndexFileLocks, RemovesNoFileThatTookItsName) {
+    const CIndexFileRef first = makeIndex(path), second = openIndex(path);
+    first->removeFile();
+    const CIndexFileRef other = makeIndex(path);
+    second->removeFile();
+    EXPECT_FALSE(other->isDeleted());
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
 
 TEST_F(IndexFileLocks, HasOneUpdater) {
     const CIndexFileRef first = makeIndex(path), second = openIndex(path);

@@ -96,17 +96,19 @@ PassEnd IndexPasses::pass(bool isAnew) {
     }
 }
 
-/// Begins again when the index turns out to be damaged, or gone by another process, since it was loaded.
+/// Begins again when the index turns out to be damaged, or gone by another process, since it was loaded. Each
+/// of many processes that make it anew at the same time may take it away from this one.
 PassEnd IndexPasses::passOverUsableIndex(bool isAnew) {
-    try {
-        return tryPass(isAnew);
-    } catch (const CException& exception) {
-        if (exception.getCode() == ESTALE)
-            m_engine.removeIndexFile(m_engine.findIndexFileForDirectory(m_root));
-        else if (exception.getCode() != EUCLEAN)
-            throw;
+    constexpr int kMostAttempts = 20;
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return tryPass(isAnew && attempt == 1);
+        } catch (const CException& exception) {
+            const bool isGone = exception.getCode() == ESTALE;
+            if (attempt == kMostAttempts || (!isGone && exception.getCode() != EUCLEAN)) throw;
+            if (isGone) m_engine.removeIndexFile(m_engine.findIndexFileForDirectory(m_root));
+        }
     }
-    return tryPass(false);
 }
 
 PassEnd IndexPasses::tryPass(bool isAnew) {
