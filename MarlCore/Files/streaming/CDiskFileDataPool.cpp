@@ -52,7 +52,7 @@ void CDiskFileData::AllocateBufferPool(int count) {
     const std::shared_ptr<Rank[]> ranks = std::make_unique<Rank[]>(size);
     std::vector<CBufferPoolEntryRef> entries;
     for (std::size_t i = 0; i < size; ++i)
-        entries.emplace_back(new CBufferPoolEntry(std::shared_ptr<Rank>(ranks, &ranks[i])));
+        entries.emplace_back(new CBufferPoolEntry(std::shared_ptr<Rank>(ranks, ranks.get() + i)));
     g_bufferPoolRanks = ranks;
     g_bufferPoolEntryArray = std::move(entries);
     g_bufferPoolMutex = new CMutex;
