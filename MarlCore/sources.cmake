@@ -53,9 +53,16 @@ list(APPEND marl_sources
   Files/conversion/SampleKernelsAVX2.cpp
   Files/conversion/SampleKernelsPortable.cpp
   Files/parsing/CAIFFileParser.cpp
+  Files/parsing/CQTFileParser.cpp
   Files/parsing/CWAVFileParser.cpp
   Files/parsing/IFileParser.cpp
   Files/parsing/LoopMetadata.cpp
+  Files/parsing/Movie.cpp
+  Files/parsing/MovieAtoms.cpp
+  Files/parsing/MovieTexts.cpp
+  Files/parsing/SoundDescription.cpp
+  Files/parsing/SoundMap.cpp
+  Files/parsing/SoundTables.cpp
   Files/streaming/CBufferPoolEntry.cpp
   Files/streaming/CDiskFileData.cpp
   Files/streaming/CDiskFileDataLoading.cpp
@@ -66,8 +73,10 @@ list(APPEND marl_sources
   Files/streaming/CIOWriteBuffer.cpp
   Files/streaming/CIOWriteThread.cpp
   Files/streaming/CPartialFileData.cpp
+  Files/streaming/CQTDiskFileData.cpp
   Files/streaming/CSharedOffline.cpp
   Files/streaming/SliceResampler.cpp
+  Files/streaming/StoredSamplesImpl.cpp
   Files/streaming/WrappedIntegersImpl.cpp
   Files/writing/CAIFWriter.cpp
   Files/writing/CSampleFileWriter.cpp

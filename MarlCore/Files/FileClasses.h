@@ -33,16 +33,11 @@ public:
     IFileParserRef makeFileParser() override;
 };
 
-/// A QuickTime file. There is no reader of that container yet: making its data or its parser throws
-/// `CParamException` "QuickTime files cannot be read yet: there is no reader for '%s'".
+/// A QuickTime movie. Its data is a `CQTDiskFileData` from the start.
 class MARLCORE_EXPORT CQTFile : public CMovieFile {
 public:
     CQTFile(const CURLRef& url, bool create, bool dataIsBigEndian);
-    IFileDataRef makeFileData(const CURLRef& url, bool create, bool isQuickTime) override;
     IFileParserRef makeFileParser() override;
-
-private:
-    CURLRef m_url;
 };
 
 }  // namespace marl

@@ -5,8 +5,10 @@
 #include <MarlCore/Files/FileClasses.h>
 #include <MarlCore/Files/browsing/NodeTypes.h>
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
+#include <MarlCore/Files/parsing/CQTFileParser.h>
 #include <MarlCore/Files/parsing/CWAVFileParser.h>
 #include <MarlCore/Files/streaming/CDiskFileData.h>
+#include <MarlCore/Files/streaming/CQTDiskFileData.h>
 #include <MarlCore/Files/streaming/CSharedOffline.h>
 
 #include <memory>
@@ -55,7 +57,8 @@ IFile* IFile::New(const CURLRef& url, bool create, bool offline) {
 
 IFile::~IFile() = default;
 
-IFileDataRef IFile::makeFileData(const CURLRef& url, bool create, bool) {
+IFileDataRef IFile::makeFileData(const CURLRef& url, bool create, bool isQuickTime) {
+    if (isQuickTime) return IFileDataRef(new CQTDiskFileData(url, create, m_dataIsBigEndian));
     return IFileDataRef(new CMemoryFileData(url, create, m_dataIsBigEndian));
 }
 
@@ -66,7 +69,10 @@ bool IFile::isDiskFileDataNeeded() {
 }
 
 void IFile::useDiskFileData(const CURLRef& url, bool create) {
-    const IFileDataRef fileData(new CDiskFileData(url, create, m_dataIsBigEndian));
+    const bool isQuickTime = bool(m_fileData.dynamicCast<CQTDiskFileData>());
+    const IFileDataRef fileData = isQuickTime
+                                      ? makeFileData(url, create, isQuickTime)
+                                      : IFileDataRef(new CDiskFileData(url, create, m_dataIsBigEndian));
     // The parser tells a data strategy once, when it reads the format.
     if (m_fileData) fileData->setSamplesAreSigned(m_fileData->samplesAreSigned());
     setFileDataRef(fileData);
@@ -85,16 +91,10 @@ IFileParserRef CWAVFile::makeFileParser() {
     return IFileParserRef(new CWAVFileParser(getFileDataRef()));
 }
 
-CQTFile::CQTFile(const CURLRef& url, bool, bool dataIsBigEndian) : CMovieFile(dataIsBigEndian), m_url(url) {}
-
-IFileDataRef CQTFile::makeFileData(const CURLRef& url, bool, bool) {
-    throw CParamException(kParameterError, "QuickTime files cannot be read yet: there is no reader for '%s'",
-                          textOf(url).c_str());
-}
+CQTFile::CQTFile(const CURLRef&, bool, bool dataIsBigEndian) : CMovieFile(dataIsBigEndian) {}
 
 IFileParserRef CQTFile::makeFileParser() {
-    throw CParamException(kParameterError, "QuickTime files cannot be read yet: there is no reader for '%s'",
-                          textOf(m_url).c_str());
+    return IFileParserRef(new CQTFileParser(getFileDataRef()));
 }
 
 }  // namespace marl

@@ -35,9 +35,9 @@ public:
     /// True for a one-shot, which includes every file shorter than 0.5 s or longer than 30 s that no tag
     /// calls a loop: it is to be streamed instead of being held in memory.
     bool isDiskFileDataNeeded();
-    /// Streams the file from now on: opens `url` as a `CDiskFileData`, which takes the place of the data
-    /// strategy here and in the parser. A conversion that was set is to be set again. Throws what opening
-    /// throws; everything then stays as it is.
+    /// Streams the file from now on: opens `url` as a `CDiskFileData` (of a movie as a new
+    /// `CQTDiskFileData`), which takes the place of the data strategy here and in the parser. A conversion
+    /// that was set is to be set again. Throws what opening throws; everything then stays as it is.
     void useDiskFileData(const CURLRef& url, bool create);
 
 protected:

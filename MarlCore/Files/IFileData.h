@@ -134,6 +134,8 @@ protected:
     };
 
     bool dataIsBigEndian() const noexcept { return m_dataIsBigEndian; }
+    /// For a container whose files state the order of their samples themselves.
+    void setDataIsBigEndian(bool dataIsBigEndian) noexcept { m_dataIsBigEndian = dataIsBigEndian; }
 
     /// The conversion that the converter of this pair of widths does, with mono to stereo for every pair.
     /// `bytesToBytes`: 8 bits may stay 8 bits, as they are. Throws "this is not a supported conversion (%d to

@@ -75,6 +75,12 @@ public:
     static void releaseBufferRef(CPartialFileData* slice);
 
 protected:
+    /// What there is of `count` samples, as the conversion's file format says that they lie in the file,
+    /// from sample `first` of the stream on. `storage` has room for all of them and may hold the result.
+    /// Several threads call this at once.
+    virtual std::span<const std::byte> readFileSamples(long long first, int count,
+                                                       std::span<std::byte> storage) const;
+
     static std::vector<CBufferPoolEntryRef> g_bufferPoolEntryArray;      // of fixed order
     static std::shared_ptr<CBufferPoolEntry::Rank[]> g_bufferPoolRanks;  // of the entries, in that order
     static halyard::CMutexRef g_bufferPoolMutex;  // guards the owners of entries; not null: there is a pool
@@ -109,8 +115,6 @@ private:
     void loadAtOtherRate(CPartialFileData& slice, int count) const;
     template <typename Fill>
     static void fillBuffer(CPartialFileData& slice, Fill fill);
-    std::span<const std::byte> readFileSamples(long long first, int count,
-                                               std::span<std::byte> storage) const;
     void readFrames(std::int64_t first, std::span<std::byte> output) const;
     void convertPadded(std::span<const std::byte> samples, std::span<std::byte> output) const;
     int copyFromSlice(const CPartialFileData& slice, int first, int last, std::byte* destination) const;

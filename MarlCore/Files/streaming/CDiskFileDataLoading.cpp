@@ -67,7 +67,6 @@ void CDiskFileData::loadAtOtherRate(CPartialFileData& slice, int count) const {
     });
 }
 
-/// What the file holds of `count` of its samples, `first` being the first of them.
 std::span<const std::byte> CDiskFileData::readFileSamples(long long first, int count,
                                                           std::span<std::byte> storage) const {
     const auto width = static_cast<std::size_t>(m_conversion.step.fromBytes);
