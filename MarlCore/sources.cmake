@@ -79,6 +79,7 @@ list(APPEND marl_sources
   Files/streaming/StoredSamplesImpl.cpp
   Files/streaming/WrappedIntegersImpl.cpp
   Files/writing/CAIFWriter.cpp
+  Files/writing/CQTWriter.cpp
   Files/writing/CSampleFileWriter.cpp
   Files/writing/CWAVWriter.cpp
   Files/writing/ChunkBuilderImpl.cpp

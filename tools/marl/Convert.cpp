@@ -7,6 +7,7 @@
 
 #include <MarlCore/Files/writing/CSampleFileWriter.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ostream>
 
@@ -24,7 +25,7 @@ void requireRoom(const Target& target, const LoopFile& loop) {
                                                             loop.format.mSampleRate, target.sampleRate);
     const long long bytesPerFrame = static_cast<long long>(target.bits / 8) * target.channels;
     if (frames > CSampleFileWriter::kMostSampleBytes / bytesPerFrame)
-        throw OutputError("AIFF and WAV files hold up to 2 GiB of samples (these would be " +
+        throw OutputError("loop files hold up to 2 GiB of samples (these would be " +
                           std::to_string(frames * bytesPerFrame) + " bytes)");
 }
 
@@ -50,6 +51,11 @@ void describeOutput(const Target& target, const LoopFile& loop) {
     loop.parser().setFormatInfo(format);
 }
 
+bool hasLoopMetadata(const IFileParser& parser) {
+    return parser.getSourceFileNumberOfBeats() != 0 || parser.didSourceFileHaveSearchTags() ||
+           parser.didSourceFileHaveTransients();
+}
+
 /// Says on `err` what the output cannot hold of the input.
 void reportLosses(const Target& target, const ConvertOptions& options, const LoopFile& loop,
                   std::ostream& err) {
@@ -59,6 +65,8 @@ void reportLosses(const Target& target, const ConvertOptions& options, const Loo
         reportError(err, options.output, "note: WAV files carry no instrument, genre and descriptors");
     if (toWAV && parser.getTimeSignature() != tagging::TimeSignature{})
         reportError(err, options.output, "note: WAV loops are read back in 4/4, whatever their meter");
+    if (target.type == OutputType::kQuickTime && hasLoopMetadata(parser))
+        reportError(err, options.output, "note: QuickTime files carry no beats, slices and search tags");
     if (toWAV && std::round(target.sampleRate) != target.sampleRate)
         reportError(err, options.output, "note: WAV files state whole sample rates: this one is rounded");
     reportCutOff(options.input, loop, err);
@@ -66,7 +74,8 @@ void reportLosses(const Target& target, const ConvertOptions& options, const Loo
 
 void convert(OutputType type, const ConvertOptions& options, std::ostream& out, std::ostream& err) {
     const LoopFile loop = openLoopFile(options.input);
-    const Target target{deliveryFor(loop, options.format, options.sampleRate, options.channels), type};
+    Target target{deliveryFor(loop, options.format, options.sampleRate, options.channels), type};
+    if (!holdsFloats(type)) target.bits = std::min(target.bits, 24);
     requireRoom(target, loop);
     if (options.streamed) loop.file->useDiskFileData(urlOfPath(options.input), false);
     SampleStream stream(loop, target);
@@ -82,11 +91,11 @@ void convert(OutputType type, const ConvertOptions& options, std::ostream& out, 
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err) {
     const OutputType type = outputTypeOf(options.output);
     if (type == OutputType::kUnknown) {
-        reportError(err, options.output, "the output must end in .aif, .aiff, .wav or .raw, or be -");
+        reportError(err, options.output, "the output must end in .aif, .aiff, .wav, .mov or .raw, or be -");
         return kWrongUsage;
     }
-    if (options.format == "f32" && isLoopFile(type)) {
-        reportError(err, options.output, "f32 can be written to .raw and - only");
+    if (options.format == "f32" && !holdsFloats(type)) {
+        reportError(err, options.output, "f32 can be written to .mov, .raw and - only");
         return kWrongUsage;
     }
     try {

@@ -2,6 +2,7 @@
 #include "marl/InfoJSON.h"
 
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
+#include <MarlCore/Files/parsing/CQTFileParser.h>
 
 #include <array>
 
@@ -97,7 +98,9 @@ std::optional<double> tempoOf(const IFileParser& parser) {
 }
 
 std::string containerOf(const LoopFile& loop) {
-    return loop.file->getFileParserRef().dynamicCast<CAIFFileParser>() ? "AIFF" : "WAV";
+    const IFileParserRef& parser = loop.file->getFileParserRef();
+    if (parser.dynamicCast<CQTFileParser>()) return "QuickTime";
+    return parser.dynamicCast<CAIFFileParser>() ? "AIFF" : "WAV";
 }
 
 std::string noteName(int rootNote) {

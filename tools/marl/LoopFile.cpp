@@ -20,8 +20,9 @@ void requireLoopFile(const std::string& path) {
     if (!fs::is_regular_file(status))
         throw halyard::CParamException(halyard::kParameterError, "pipes and devices cannot be read");
     if (NodeTypesHelper::nodeTypeFromPath(path) == NodeTypesHelper::kUnknown)
-        throw halyard::CParamException(halyard::kParameterError,
-                                       "not a loop file: its name must end in .aif, .aiff, .wav or .wave");
+        throw halyard::CParamException(
+            halyard::kParameterError,
+            "not a loop file: its name must end in .aif, .aiff, .wav, .wave or .mov");
 }
 
 }  // namespace

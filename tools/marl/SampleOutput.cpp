@@ -5,6 +5,7 @@
 #include "marl/TemporaryFile.h"
 
 #include <MarlCore/Files/writing/CAIFWriter.h>
+#include <MarlCore/Files/writing/CQTWriter.h>
 #include <MarlCore/Files/writing/CWAVWriter.h>
 #include <MarlCore/foundation/FileUtilities.h>
 
@@ -100,6 +101,7 @@ private:
                                     const IFileParserRef& description) {
         const auto name = halyard::CSTR(path);
         if (type == OutputType::kAIFF) return IFileWriterRef(new CAIFWriter(name, description, false));
+        if (type == OutputType::kQuickTime) return IFileWriterRef(new CQTWriter(name, description, false));
         return IFileWriterRef(new CWAVWriter(name, description, false));
     }
 
@@ -181,6 +183,7 @@ OutputType outputTypeOf(const std::string& path) {
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (extension == ".aif" || extension == ".aiff") return OutputType::kAIFF;
     if (extension == ".wav") return OutputType::kWAV;
+    if (extension == ".mov") return OutputType::kQuickTime;
     if (extension == ".raw") return OutputType::kRaw;
     return OutputType::kUnknown;
 }

@@ -14,14 +14,19 @@
 
 namespace marl::tool {
 
-enum class OutputType { kAIFF, kWAV, kRaw, kStandardOutput, kUnknown };
+enum class OutputType { kAIFF, kWAV, kQuickTime, kRaw, kStandardOutput, kUnknown };
 
 /// By the extension, in letters of either case; "-" is standard output.
 OutputType outputTypeOf(const std::string& path);
 
-/// AIFF or WAV: the types that have a header.
+/// AIFF, WAV or QuickTime: the types that have a header.
 constexpr bool isLoopFile(OutputType type) noexcept {
-    return type == OutputType::kAIFF || type == OutputType::kWAV;
+    return type == OutputType::kAIFF || type == OutputType::kWAV || type == OutputType::kQuickTime;
+}
+
+/// The types that can hold 32-bit floats.
+constexpr bool holdsFloats(OutputType type) noexcept {
+    return type != OutputType::kAIFF && type != OutputType::kWAV;
 }
 
 /// The output, not the input, is at fault. The message is for the user and names no file.

@@ -40,7 +40,7 @@ std::int32_t fromFloat(const std::byte* source) noexcept {
 /// float, where a change of rate loses nothing; 8 bits through 16, because their way to float takes every
 /// byte as unsigned.
 int deliveredBits(int fileBits, int bits) noexcept {
-    if (bits != 24 || fileBits == 24) return bits;
+    if (bits != 24 || fileBits >= 24) return bits;
     return fileBits == 16 ? 32 : 16;
 }
 
@@ -48,7 +48,7 @@ int bitsOf(const std::string& format, std::uint32_t fileBits) {
     for (const SampleFormat& known : kSampleFormats) {
         if (format == known.name) return known.bits;
     }
-    return fileBits == 24 ? 24 : 16;
+    return fileBits >= 24 ? static_cast<int>(fileBits) : 16;
 }
 
 }  // namespace

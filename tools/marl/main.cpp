@@ -107,15 +107,15 @@ void addConvert(CLI::App& app, marl::tool::ConvertOptions& options, Command& com
     CLI::App* const convert =
         app.add_subcommand("convert", "Convert a loop to another format, rate or width");
     addDelivery(convert, options,
-                "s16 or s24 (integers of 16 or 24 bits), f32 (floats, to .raw\nand - only); "
+                "s16 or s24 (integers of 16 or 24 bits), f32 (floats, to .mov,\n.raw and - only); "
                 "default: as IN, where 8 bits become s16");
     convert->add_flag("--streamed", options.streamed,
                       "Stream IN from disk instead of holding it in memory;\nthe same samples");
-    convert->add_option("IN", options.input, "AIFF or WAV file")->type_name("")->required();
+    convert->add_option("IN", options.input, "AIFF, WAV or QuickTime file")->type_name("")->required();
     convert
         ->add_option("OUT", options.output,
-                     "File to write, replaced when it exists: .aif, .aiff, .wav, or\n"
-                     ".raw for samples alone in this machine's byte order;\n"
+                     "File to write, replaced when it exists: .aif, .aiff, .wav, .mov\n"
+                     "or .raw for samples alone in this machine's byte order;\n"
                      "- for the same to standard output")
         ->type_name("")
         ->required();
@@ -141,7 +141,7 @@ void addStream(CLI::App& app, marl::tool::StreamOptions& options, Command& comma
     stream->add_option("--to", options.to, "End, in seconds; default: the file's")
         ->type_name("S")
         ->check(wrongWithSeconds);
-    stream->add_option("FILE", options.input, "AIFF or WAV file")->type_name("")->required();
+    stream->add_option("FILE", options.input, "AIFF, WAV or QuickTime file")->type_name("")->required();
     stream->callback([&] {
         if (options.to && *options.to <= options.from)
             throw CLI::ValidationError("--to", "the end must be later than the start");

@@ -21,6 +21,7 @@ constexpr std::uint64_t kTooLarge = std::uint64_t{1} << 62;
 
 /// Fills `bytes` from byte `offset` on; zero behind the end of the file.
 void readAt(IFileData& file, long long offset, std::span<std::byte> bytes) {
+    if (bytes.empty()) return;
     file.seek(offset, false);
     const long long there =
         file.readBytes(static_cast<long long>(bytes.size()), reinterpret_cast<char*>(bytes.data()));

@@ -181,8 +181,9 @@ CSampleFileWriter::Layout CAIFWriter::layoutFor(const IFileParserRef& parser) {
     return layout;
 }
 
-void CAIFWriter::stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const {
-    stateLengths(head, sampleBytes, sampleBytes / static_cast<std::uint32_t>(bytesPerFrame()));
+void CAIFWriter::stateLength(std::span<std::byte> head, std::int64_t sampleBytes) const {
+    const auto bytes = static_cast<std::uint32_t>(sampleBytes);
+    stateLengths(head, bytes, bytes / static_cast<std::uint32_t>(bytesPerFrame()));
 }
 
 }  // namespace marl

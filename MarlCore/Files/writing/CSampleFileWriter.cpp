@@ -26,7 +26,9 @@ constexpr std::int64_t withPad(std::int64_t size) noexcept {
 
 conversion::SampleKernel reversalOf(std::size_t bytesPerSample) noexcept {
     const conversion::SampleKernels& kernels = conversion::sampleKernels();
-    return bytesPerSample == 2 ? kernels.reverse16 : kernels.reverse24;
+    return bytesPerSample == 2   ? kernels.reverse16
+           : bytesPerSample == 3 ? kernels.reverse24
+                                 : kernels.reverse32;
 }
 
 }  // namespace
@@ -67,7 +69,8 @@ void CSampleFileWriter::writeSamples(const void* data, unsigned long position, u
 /// Where the samples end, in bytes, after these are written: behind a whole frame.
 std::int64_t CSampleFileWriter::endOfSamples(unsigned long position, unsigned long count) const {
     const auto frame = static_cast<std::uint64_t>(bytesPerFrame());
-    const std::uint64_t limit = static_cast<std::uint64_t>(kMostSampleBytes) / frame * m_layout.channels;
+    const std::uint64_t limit =
+        static_cast<std::uint64_t>(m_layout.mostSampleBytes) / frame * m_layout.channels;
     if (position > limit || count > limit - position)
         throw CParamException(kParameterError,
                               "a file holds at most %llu samples (%lu from sample %lu on do not fit)",
@@ -117,10 +120,10 @@ void CSampleFileWriter::fill(std::int64_t from, std::int64_t to, std::byte value
 /// states, and go by one number or the other, both of which are there; the other way round the front would
 /// promise samples that the chunk does not have.
 void CSampleFileWriter::stateSampleBytes(std::int64_t sampleBytes) {
-    stateLength(m_layout.head, static_cast<std::uint32_t>(sampleBytes));
+    stateLength(m_layout.head, sampleBytes);
     const std::span<const std::byte> head(m_layout.head);
     m_file->writeAt(static_cast<std::int64_t>(m_layout.sampleSizeAt),
-                    head.subspan(m_layout.sampleSizeAt, sizeof(std::uint32_t)));
+                    head.subspan(m_layout.sampleSizeAt, m_layout.sampleSizeWidth));
     m_sampleBytes = sampleBytes;
     m_file->writeAt(0, head.first(m_layout.frontSize));
 }

@@ -24,12 +24,13 @@ class OutputFile;
 /// never reach past the end of the file.
 class MARLCORE_EXPORT CSampleFileWriter : public IFileWriter {
 public:
-    /// Bytes of samples that a file may hold: readers count them in a signed 32-bit number.
+    /// Bytes of samples that a file may hold, unless its format says more: readers count them in a signed
+    /// 32-bit number.
     static constexpr std::int64_t kMostSampleBytes = 0x7FFFFFFF;
 
     ~CSampleFileWriter() override;
 
-    /// Throws `CParamException` when the samples would exceed `kMostSampleBytes`, and for a finished file.
+    /// Throws `CParamException` when the samples would exceed what the format holds, and for a finished file.
     void writeSamples(const void* data, unsigned long position, unsigned long count) override;
     void flush() override;
     void finish() override;
@@ -39,7 +40,9 @@ protected:
     struct Layout {
         std::vector<std::byte> head;  ///< everything in front of the first sample
         std::size_t frontSize = 0;  ///< the first bytes of the head, which hold every length but the next one
-        std::size_t sampleSizeAt = 0;  ///< offset of the 32-bit size of the sample chunk
+        std::size_t sampleSizeAt = 0;     ///< offset of the size of the sample chunk
+        std::size_t sampleSizeWidth = 4;  ///< bytes of that size
+        std::int64_t mostSampleBytes = kMostSampleBytes;
         std::size_t channels = 0;
         std::size_t bytesPerSample = 0;
         std::endian order = std::endian::big;  ///< of the samples
@@ -52,7 +55,7 @@ protected:
     CSampleFileWriter(const halyard::CStringRef& path, Layout layout, bool overwrite);
 
     /// Makes `head` state `sampleBytes` bytes of samples, which are whole frames.
-    virtual void stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const = 0;
+    virtual void stateLength(std::span<std::byte> head, std::int64_t sampleBytes) const = 0;
 
     std::size_t bytesPerFrame() const noexcept;
 

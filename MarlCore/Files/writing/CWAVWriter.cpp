@@ -174,10 +174,10 @@ CSampleFileWriter::Layout CWAVWriter::layoutFor(const IFileParserRef& parser) {
     return layout;
 }
 
-void CWAVWriter::stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const {
-    stateLengths(head, sampleBytes);
+void CWAVWriter::stateLength(std::span<std::byte> head, std::int64_t sampleBytes) const {
+    stateLengths(head, static_cast<std::uint32_t>(sampleBytes));
     if (m_quarterNotes == 0 || sampleBytes == 0) return;
-    const double frames = sampleBytes / static_cast<double>(bytesPerFrame());
+    const double frames = static_cast<double>(sampleBytes) / static_cast<double>(bytesPerFrame());
     const auto tempo = static_cast<float>(m_quarterNotes * m_framesPerMinute / frames);
     platform::storeLittle32(head.data() + kTempoAt, std::bit_cast<std::uint32_t>(tempo));
 }

@@ -23,7 +23,7 @@ public:
     CWAVWriter(const halyard::CStringRef& path, const IFileParserRef& parser, bool overwrite);
 
 protected:
-    void stateLength(std::span<std::byte> head, std::uint32_t sampleBytes) const override;
+    void stateLength(std::span<std::byte> head, std::int64_t sampleBytes) const override;
 
 private:
     static Layout layoutFor(const IFileParserRef& parser);
