@@ -60,6 +60,7 @@ list(APPEND marl_sources
   Files/parsing/Movie.cpp
   Files/parsing/MovieAtoms.cpp
   Files/parsing/MovieTexts.cpp
+  Files/parsing/MovieTimes.cpp
   Files/parsing/SoundDescription.cpp
   Files/parsing/SoundMap.cpp
   Files/parsing/SoundTables.cpp
@@ -105,6 +106,10 @@ list(APPEND marl_sources
   SearchEngine/PackedRecordsImpl.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
+  # MediaManager
+  MediaManager/CMovieInstance.cpp
+  MediaManager/CTimeCode.cpp
+  MediaManager/MarlMovie.cpp
   # Common
   Common/MarlColors.cpp
   Common/MarlPreferences.cpp
