@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 /// \file
 /// Writes small loop files with every chunk that the writers know, and small index files, to begin fuzzing
-/// from: `make_seeds FOLDER` fills FOLDER/aiff_fuzzer, FOLDER/wav_fuzzer and FOLDER/index_fuzzer.
+/// from: `make_seeds FOLDER` fills FOLDER/aiff_fuzzer, FOLDER/wav_fuzzer, FOLDER/mov_fuzzer
+/// and FOLDER/index_fuzzer.
 
 #include <MarlCore/Files/parsing/CLoopDescription.h>
 #include <MarlCore/Files/writing/CAIFWriter.h>
+#include <MarlCore/Files/writing/CQTWriter.h>
 #include <MarlCore/Files/writing/CWAVWriter.h>
 #include <MarlCore/SearchEngine/CIndexFile.h>
 
@@ -98,10 +100,12 @@ int main(int argc, char** argv) try {
     const std::filesystem::path folder(argv[1]);
     std::filesystem::create_directories(folder / "aiff_fuzzer");
     std::filesystem::create_directories(folder / "wav_fuzzer");
+    std::filesystem::create_directories(folder / "mov_fuzzer");
     std::filesystem::create_directories(folder / "index_fuzzer");
     for (const Seed& seed : kSeeds) {
         write<marl::CAIFWriter>(folder / "aiff_fuzzer" / (std::string(seed.name) + ".aif"), seed);
         write<marl::CWAVWriter>(folder / "wav_fuzzer" / (std::string(seed.name) + ".wav"), seed);
+        write<marl::CQTWriter>(folder / "mov_fuzzer" / (std::string(seed.name) + ".mov"), seed);
     }
     write<marl::CWAVWriter>(folder / "wav_fuzzer" / "narrow.wav", {"narrow", 8000, 1, 8, 33, true, false});
     for (const int files : {0, 1, 4})

@@ -3,6 +3,7 @@
 
 #include <MarlCore/Files/parsing/CQTFileParser.h>
 #include <MarlCore/Files/streaming/CQTDiskFileData.h>
+#include <MarlCore/MediaManager/CMovieInstance.h>
 
 #include <algorithm>
 #include <array>
@@ -53,6 +54,13 @@ void parseAndRead(marl::IFileData& data, marl::IFileParser& parser) {
     convertTo(data, parser, kWidths[static_cast<std::size_t>(data.getFileLength()) % kWidths.size()]);
 }
 
+void openMovie(const CURLRef& url) {
+    const marl::CMovieInstanceRef movie(new marl::CMovieInstance(url, true, 0));
+    const auto middle = static_cast<std::int64_t>(movie->duration() / 2);
+    fuzz::require(!movie->timeCodeAt(middle).text().empty(), "a frame has a code");
+    movie->timeValueOf(movie->timeCodeAt(middle));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -61,6 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const CURLRef url(new CURL(halyard::CSTR(file.path()), CURL::kPOSIXPathStyle, false));
     const marl::IFileDataRef data(new marl::CQTDiskFileData(url, false, true));
     const marl::IFileParserRef parser(new marl::CQTFileParser(data));
+    try {
+        openMovie(url);
+    } catch (const halyard::CParamException&) {
+        // Refused: fine.
+    }
     try {
         parseAndRead(*data, *parser);
         fuzz::require(parser->verifyFile() == (parser->getLengthInFrames() > 0), "what parses verifies");
