@@ -6,6 +6,7 @@
 #include <MarlCore/Files/FileClasses.h>
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
 #include <MarlCore/Files/parsing/CWAVFileParser.h>
+#include <MarlCore/Files/streaming/CQTDiskFileData.h>
 #include <MarlCore/Files/streaming/CSharedOffline.h>
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@ using marl::IFile;
 using marl::IFileRef;
 using support::Bytes;
 using support::messageThrownBy;
+using support::OpenedFile;
 using support::TemporaryFolder;
 using support::urlOf;
 
@@ -61,12 +63,11 @@ TEST(IFile, RefusesWhatIsNoAudioFile) {
               "was not able to allocate IFile subclass for URL = 'http://example.org/a.wav'");
 }
 
-TEST(IFile, SaysThatQuickTimeFilesHaveNoReader) {
-    const TemporaryFolder folder;
-    const std::string message =
-        messageThrownBy([&] { IFile::New(urlOf(folder.write("a.mov", "x")), false); });
-    EXPECT_TRUE(message.starts_with("QuickTime files cannot be read yet: ")) << message;
-    EXPECT_TRUE(message.ends_with("/a.mov'")) << message;
+TEST(IFile, StreamsMoviesFromTheStart) {
+    const OpenedFile movie("a.mov", Bytes("x"));
+    EXPECT_TRUE(movie.file().getFileDataRef().dynamicCast<marl::CQTDiskFileData>());
+    movie.file().useDiskFileData(urlOf(movie.path()), false);
+    EXPECT_TRUE(movie.file().getFileDataRef().dynamicCast<marl::CQTDiskFileData>());
 }
 
 TEST(IFile, CreatesAMissingFileOnlyWhenAsked) {

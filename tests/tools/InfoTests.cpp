@@ -325,7 +325,7 @@ TEST(Info, SaysWhyAPathIsNoLoopFile) {
         {"circle.wav", "cannot be read: Too many levels of symbolic links"},
         {"Host.app", "cannot be read: Is a directory"},
         {"empty.wav/x.wav", "cannot be read: No such file or directory"},
-        {"notes.txt", "not a loop file: its name must end in .aif, .aiff, .wav or .wave"},
+        {"notes.txt", "not a loop file: its name must end in .aif, .aiff, .wav, .wave or .mov"},
         {"empty.wav", "couldn't find RIFF tag"},
         {"-", "cannot be read: No such file or directory"},
     };

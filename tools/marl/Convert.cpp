@@ -20,12 +20,12 @@ struct Target : Delivery {
 
 /// Refuses what a loop file cannot hold before the samples are converted, which could take a minute.
 void requireRoom(const Target& target, const LoopFile& loop) {
-    if (!isLoopFile(target.type)) return;
+    if (holdsFloats(target.type)) return;
     const long long frames = IFileData::convertedFrameCount(loop.parser().getLengthInFrames(),
                                                             loop.format.mSampleRate, target.sampleRate);
     const long long bytesPerFrame = static_cast<long long>(target.bits / 8) * target.channels;
     if (frames > CSampleFileWriter::kMostSampleBytes / bytesPerFrame)
-        throw OutputError("loop files hold up to 2 GiB of samples (these would be " +
+        throw OutputError("AIFF and WAV files hold up to 2 GiB of samples (these would be " +
                           std::to_string(frames * bytesPerFrame) + " bytes)");
 }
 

@@ -24,7 +24,7 @@ constexpr bool isLoopFile(OutputType type) noexcept {
     return type == OutputType::kAIFF || type == OutputType::kWAV || type == OutputType::kQuickTime;
 }
 
-/// The types that can hold 32-bit floats.
+/// The types that can hold 32-bit floats, and more than 2 GiB of samples.
 constexpr bool holdsFloats(OutputType type) noexcept {
     return type != OutputType::kAIFF && type != OutputType::kWAV;
 }

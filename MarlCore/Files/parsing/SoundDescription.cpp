@@ -105,7 +105,7 @@ void readVersion2(IFileData& file, const Atom& entry, const Fields& fields, Soun
     sound.sampleRate = std::bit_cast<double>(fields.u64(kRate2At));
     sound.channels = static_cast<int>(std::min<std::uint32_t>(channels, SoundDescription::kMostChannels + 1));
     const Codec& codec = codecOf(fields.u32(kFormatAt));
-    if (sound.channels == 0) return;
+    if (channels == 0 || channels > SoundDescription::kMostChannels) return;  // refused by the caller
     if (codec.code == kLinear) return readLinearFlags(fields, sound);
     const std::uint32_t bits = fields.u32(kBits2At);
     sound.isFloat = codec.isFloat;
