@@ -106,10 +106,6 @@ list(APPEND marl_sources
   SearchEngine/PackedRecordsImpl.cpp
   SearchEngine/SearchKey.cpp
   SearchEngine/WholeTransfersImpl.cpp
-  # MediaManager
-  MediaManager/CMovieInstance.cpp
-  MediaManager/CTimeCode.cpp
-  MediaManager/MarlMovie.cpp
   # Common
   Common/MarlColors.cpp
   Common/MarlPreferences.cpp
@@ -120,8 +116,11 @@ list(APPEND marl_sources
   MediaManager/CFileMediaSource.cpp
   MediaManager/CFileVideoSource.cpp
   MediaManager/CMediaManager.cpp
+  MediaManager/CMovieInstance.cpp
+  MediaManager/CTimeCode.cpp
   MediaManager/FolderListing.cpp
   MediaManager/IMediaSource.cpp
+  MediaManager/MarlMovie.cpp
   MediaManager/MediaManager.cpp
   MediaManager/MediaSource.cpp
   MediaManager/OfflineFileResolver.cpp
