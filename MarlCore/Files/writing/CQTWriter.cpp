@@ -261,6 +261,7 @@ CSampleFileWriter::Layout CQTWriter::layoutFor(const IFileParserRef& parser) {
     layout.bytesPerSample = format.mBitsPerChannel / 8;
     layout.mostSampleBytes = std::int64_t{kMost32} * format.mChannelsPerFrame * (format.mBitsPerChannel / 8);
     layout.order = std::endian::big;
+    layout.padsOddSizes = false;
     return layout;
 }
 

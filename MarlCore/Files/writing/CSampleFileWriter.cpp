@@ -19,11 +19,6 @@ namespace {
 /// cache.
 constexpr std::size_t kBlockSize = 49152;
 
-/// A body of odd size is followed by one byte that its size does not count.
-constexpr std::int64_t withPad(std::int64_t size) noexcept {
-    return size + size % 2;
-}
-
 conversion::SampleKernel reversalOf(std::size_t bytesPerSample) noexcept {
     const conversion::SampleKernels& kernels = conversion::sampleKernels();
     return bytesPerSample == 2   ? kernels.reverse16
@@ -130,6 +125,10 @@ void CSampleFileWriter::stateSampleBytes(std::int64_t sampleBytes) {
 
 std::int64_t CSampleFileWriter::fileOffset(std::int64_t sampleByte) const noexcept {
     return static_cast<std::int64_t>(m_layout.head.size()) + sampleByte;
+}
+
+std::int64_t CSampleFileWriter::withPad(std::int64_t sampleBytes) const noexcept {
+    return sampleBytes + (m_layout.padsOddSizes ? sampleBytes % 2 : 0);
 }
 
 void CSampleFileWriter::flush() {

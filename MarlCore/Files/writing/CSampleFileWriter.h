@@ -47,6 +47,8 @@ protected:
         std::size_t bytesPerSample = 0;
         std::endian order = std::endian::big;  ///< of the samples
         std::byte silence{0};                  ///< each byte of a silent sample
+        /// Samples of an odd size are followed by one byte that their size does not count.
+        bool padsOddSizes = true;
     };
 
     /// Creates the file at `path` and writes the head. Of an existing file, `overwrite` true: the new one
@@ -63,6 +65,7 @@ private:
     OutputFile& openFile() const;
     std::int64_t endOfSamples(unsigned long position, unsigned long count) const;
     std::int64_t fileOffset(std::int64_t sampleByte) const noexcept;
+    std::int64_t withPad(std::int64_t sampleBytes) const noexcept;
     void writeBody(std::span<const std::byte> samples, std::int64_t start, std::int64_t end);
     void writeInFileOrder(std::span<const std::byte> samples, std::int64_t start);
     void fill(std::int64_t from, std::int64_t to, std::byte value);
