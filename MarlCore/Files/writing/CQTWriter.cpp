@@ -28,7 +28,9 @@ constexpr std::size_t kAtomHeaderSize = 8;
 constexpr std::size_t kSampleHeaderSize = 16;  // of 'mdat', with a size of 64 bits
 
 constexpr std::uint32_t kTrackID = 1;
-constexpr std::uint16_t kUnspecifiedLanguage = 0x7FFF;
+/// "und" in letters of 5 bits each. A language of this kind also says that a text is UTF-8; the older codes,
+/// of which there is one for no language too, say that it is not.
+constexpr std::uint16_t kNoLanguage = 0x55C4;
 constexpr std::uint32_t kFixedOne = 0x10000;
 constexpr std::uint16_t kFullVolume = 0x100;
 
@@ -97,7 +99,7 @@ ChunkBuilder trackHeader() {
 ChunkBuilder mediaHeader(const IFileParser::FormatInfo& format) {
     ChunkBuilder atom = body();
     atom.add32(0x01000000).addZeros(16).add32(timeScaleOf(format)).addZeros(8);
-    return atom.add16(kUnspecifiedLanguage).add16(0);
+    return atom.add16(kNoLanguage).add16(0);
 }
 
 ChunkBuilder handler(std::string_view type, std::string_view subtype) {
@@ -188,7 +190,7 @@ ChunkBuilder userData(const IFileParser::FileInfo& info) {
         const auto characters = textToWrite(text, kMostTextBytes);
         if (!characters) continue;
         const auto size = static_cast<std::uint16_t>(characters->size());
-        addAtom(atoms, type, body().add16(size).add16(kUnspecifiedLanguage).addText(*characters));
+        addAtom(atoms, type, body().add16(size).add16(kNoLanguage).addText(*characters));
     }
     return atoms;
 }
