@@ -129,7 +129,8 @@ ChunkBuilder classicDescription(const IFileParser::FormatInfo& format) {
     const std::uint16_t version = bytes == 2 ? 0 : 1;
     ChunkBuilder fields = descriptionHead(codec, version, static_cast<std::uint16_t>(channels), 16);
     fields.addZeros(4).add32(timeScaleOf(format) << 16);
-    if (version == 1) fields.add32(1).add32(bytes).add32(bytes * channels).add32(bytes);
+    constexpr std::uint32_t kBytesOfUnpacked = 2;  // by definition, for all that is wider than a byte
+    if (version == 1) fields.add32(1).add32(bytes).add32(bytes * channels).add32(kBytesOfUnpacked);
     return fields;
 }
 
