@@ -44,14 +44,15 @@ void CQTFileParser::findFormatInfo() {
     setFormatInfo(format);
 }
 
-/// As many whole frames as a length counts.
+/// A length that does not count them all is the highest: those who convert can tell by it that samples are
+/// missing.
 void CQTFileParser::findSampleOffset() {
     FormatInfo format;
     getFormatInfo(format);
-    const long long bytesPerFrame = format.mBytesPerFrame;
-    const long long most = std::numeric_limits<int>::max() / bytesPerFrame;
+    constexpr long long kMostBytes = std::numeric_limits<int>::max();
     setSampleOffset(m_sound->map.reportedOffset());
-    setSampleLengthInBytes(static_cast<int>(std::min(m_sound->map.frames(), most) * bytesPerFrame));
+    setSampleLengthInBytes(
+        static_cast<int>(std::min(m_sound->map.frames() * format.mBytesPerFrame, kMostBytes)));
 }
 
 void CQTFileParser::findBasicTaggingInfo() {
