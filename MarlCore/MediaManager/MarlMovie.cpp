@@ -1,28 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/MediaManager/MarlMovie.h>
 
-#include <MarlCore/foundation/CException.h>
+#include <MarlCore/MediaManager/RaisingImpl.h>
 #include <MarlCore/platform/Exception.h>
 
 #include <algorithm>
 
 namespace marl {
-namespace {
-
-/// What `call` returns; a `CException` of it is raised towards the host.
-template <typename Call>
-auto raisedToHost(Call call) {
-    try {
-        return call();
-    } catch (const halyard::CException& exception) {
-        halyard::convertAndRaise(&exception);
-    }
-}
-
-}  // namespace
 
 MarlMovie::MarlMovie(const std::string& path)
-    : m_movie(raisedToHost([&] {
+    : m_movie(raising([&] {
           const CURLRef url(new CURL(halyard::CSTR(path), CURL::kPOSIXPathStyle, false));
           return CMovieInstanceRef(new CMovieInstance(url, true, 0));
       })) {}
@@ -32,11 +19,11 @@ MarlMovie::MarlMovie(const CMovieInstanceRef& movie) : m_movie(movie) {
 }
 
 std::string MarlMovie::timeCodeForTimeValue(std::int64_t timeValue) const {
-    return raisedToHost([&] { return m_movie->timeCodeAt(timeValue).text(); });
+    return raising([&] { return m_movie->timeCodeAt(timeValue).text(); });
 }
 
 std::int64_t MarlMovie::timeValueForTimeCode(const std::string& timeCode) const {
-    return raisedToHost([&] {
+    return raising([&] {
         const TimeCodeFormat format = m_movie->timeCodeAt(0).format();
         return m_movie->timeValueOf(CTimeCode(format, timeCode));
     });
