@@ -40,9 +40,9 @@ Bytes soundDescription(std::string_view codec, int channels, int bits, int rate,
     return withSize(body);
 }
 
-Bytes linearDescription(int channels, int bits, int flags, int bytesPerPacket) {
+Bytes linearDescription(int channels, int bits, int flags, int bytesPerPacket, std::string_view codec) {
     constexpr std::uint64_t kRate1000 = 0x408F400000000000;  // 1000.0
-    Bytes body = descriptionHead("lpcm", 2).big16(3).big16(16).big16(-2).big16(0).big32(65536).big32(72);
+    Bytes body = descriptionHead(codec, 2).big16(3).big16(16).big16(-2).big16(0).big32(65536).big32(72);
     body.big64(kRate1000).big32(channels).big32(0x7F000000).big32(bits).big32(flags);
     return withSize(body.big32(bytesPerPacket).big32(1));
 }

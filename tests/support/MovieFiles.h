@@ -25,8 +25,9 @@ Bytes movieTable(std::int64_t rows, const std::vector<std::int64_t>& fields, int
 /// A sound description of version 0, or of version 1 with `extension` behind its fields.
 Bytes soundDescription(std::string_view codec, int channels, int bits, int rate,
                        const std::optional<Bytes>& extension = {});
-/// One of version 2, for 'lpcm'.
-Bytes linearDescription(int channels, int bits, int flags, int bytesPerPacket);
+/// One of version 2.
+Bytes linearDescription(int channels, int bits, int flags, int bytesPerPacket,
+                        std::string_view codec = "lpcm");
 
 /// A track of sound at 1000 Hz. Bodies of atoms; what is empty is left out.
 struct MovieTrackContents {

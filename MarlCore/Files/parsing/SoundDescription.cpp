@@ -66,14 +66,21 @@ bool saysLittleEndian(IFileData& file, const Atom& entry, long long headSize) {
     return order && Fields(file, *order, 2).u16(0) == 1;
 }
 
+/// What the codec says, and `bits` where that leaves it open.
+void readForm(const Codec& codec, std::uint32_t bits, SoundDescription& sound) {
+    const bool isWhole = bits % 8 == 0 && bits <= 64;
+    sound.isFloat = codec.isFloat;
+    sound.bytesPerSample = codec.bytesPerSample != 0 ? codec.bytesPerSample
+                           : isWhole                 ? static_cast<int>(bits / 8)
+                                                     : 0;
+    const bool isOffsetBinary = codec.code == kOffsetBinary || codec.code == kUnnamed;
+    sound.isSigned = !isOffsetBinary || sound.bytesPerSample != 1;
+}
+
 void readClassic(IFileData& file, const Atom& entry, const Fields& fields, const Track& track,
                  SoundDescription& sound) {
     const Codec& codec = codecOf(fields.u32(kFormatAt));
-    const int bits = fields.u16(kBitsAt);
-    sound.isFloat = codec.isFloat;
-    sound.bytesPerSample = codec.bytesPerSample != 0 ? codec.bytesPerSample : bits % 8 == 0 ? bits / 8 : 0;
-    const bool isOffsetBinary = codec.code == kOffsetBinary || codec.code == kUnnamed;
-    sound.isSigned = !isOffsetBinary || sound.bytesPerSample != 1;
+    readForm(codec, fields.u16(kBitsAt), sound);
     const std::size_t headSize = fields.u16(kVersionAt) == 1 ? kSize1 : kSize0;
     const bool isReversed =
         codec.bytesPerSample != 0 && saysLittleEndian(file, entry, static_cast<long long>(headSize));
@@ -107,11 +114,7 @@ void readVersion2(IFileData& file, const Atom& entry, const Fields& fields, Soun
     const Codec& codec = codecOf(fields.u32(kFormatAt));
     if (channels == 0 || channels > SoundDescription::kMostChannels) return;  // refused by the caller
     if (codec.code == kLinear) return readLinearFlags(fields, sound);
-    const std::uint32_t bits = fields.u32(kBits2At);
-    sound.isFloat = codec.isFloat;
-    sound.bytesPerSample = codec.bytesPerSample != 0     ? codec.bytesPerSample
-                           : bits % 8 == 0 && bits <= 64 ? static_cast<int>(bits / 8)
-                                                         : 0;
+    readForm(codec, fields.u32(kBits2At), sound);
     sound.isBigEndian = codec.isBigEndian && !saysLittleEndian(file, entry, fields.u32(kStructSizeAt));
 }
 
