@@ -68,7 +68,8 @@ Bytes videoTrack() {
 
 /// From frame 108000 of 29.97 frames a second on, which a chunk at byte 8 says.
 Bytes timeCodeTrack() {
-    Bytes entry = Bytes().text("tmcd").zeros(6).big16(1).zeros(4).big32(1).big32(30000).big32(1001).byte(30).byte(0);
+    Bytes entry =
+        Bytes().text("tmcd").zeros(6).big16(1).zeros(4).big32(1).big32(30000).big32(1001).byte(30).byte(0);
     entry = Bytes().big32(static_cast<std::int64_t>(entry.size()) + 4).append(entry);
     Bytes tables = atom("stsd", movieTable(1, {}).append(entry));
     return atom("trak", trackHeader(0, 0).append(
