@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <MarlCore/MediaManager/CFileAudioSource.h>
 
-#include <MarlCore/Files/FileClasses.h>
+#include <MarlCore/Files/streaming/CDiskFileData.h>
 #include <MarlCore/Files/streaming/CSharedOffline.h>
 #include <MarlCore/MediaManager/ProjectFormat.h>
 
@@ -10,9 +10,9 @@
 namespace marl {
 namespace {
 
-/// The files of movies stream by a strategy of their own from the start.
-bool isToBeStreamed(const IFileRef& file) {
-    return file.dynamicCast<CSoundFile>() && file->isDiskFileDataNeeded();
+/// Movies are from the start.
+bool isStreamedFromDisk(IFile& file) {
+    return bool(file.getFileDataRef().dynamicCast<CDiskFileData>());
 }
 
 /// Returns the count of frames at the new rate.
@@ -42,8 +42,7 @@ IFileDataRef CFileAudioSource::getFileData() {
 
 void CFileAudioSource::openFile(const CURLRef& url) {
     const IFileRef file(IFile::New(url, false));
-    const bool isStreamed = isToBeStreamed(file);
-    if (isStreamed) file->useDiskFileData(url, false);
+    if (!isStreamedFromDisk(*file) && file->isDiskFileDataNeeded()) file->useDiskFileData(url, false);
     IFileParser& parser = *file->getFileParserRef();
     parser.parse(IFileParser::kFormatInfo + IFileParser::kSampleOffset);
     IFileParser::FormatInfo fileFormat;
@@ -52,7 +51,7 @@ void CFileAudioSource::openFile(const CURLRef& url) {
     const std::uint32_t length = setConversion(*file, fileFormat, outputFormat);
     willChange();
     exchangeFile(file);
-    m_isStreamed = isStreamed;
+    m_isStreamed = isStreamedFromDisk(*file);
     m_fileFrames = parser.getLengthInFrames();
     m_fileRate = fileFormat.mSampleRate;
     m_lengthInFrames = length;

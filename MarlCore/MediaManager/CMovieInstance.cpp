@@ -60,6 +60,10 @@ bool CMovieInstance::hasVideo() const noexcept {
     return std::ranges::any_of(m_tracks, isShown);
 }
 
+bool CMovieInstance::hasSound() const noexcept {
+    return std::ranges::find(m_tracks, MovieTrackKind::kSound, &MovieTrack::kind) != m_tracks.end();
+}
+
 double CMovieInstance::seconds() const noexcept {
     return isOpen() ? static_cast<double>(m_duration) / m_timeScale : 0;
 }

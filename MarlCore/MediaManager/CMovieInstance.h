@@ -39,10 +39,13 @@ public:
     bool isOpen() const noexcept { return m_timeScale != 0; }
     /// True when a track that is enabled has a picture.
     bool hasVideo() const noexcept;
+    /// True when there is a sound track, enabled or not.
+    bool hasSound() const noexcept;
 
     /// Units a second of all times here; 0 when no movie is open.
     std::uint32_t timeScale() const noexcept { return m_timeScale; }
-    /// In units of the time scale.
+    /// As the header states it, in units of the time scale; 0 where it does not, which a movie in fragments
+    /// need not.
     std::uint64_t duration() const noexcept { return m_duration; }
     /// In seconds.
     double seconds() const noexcept;

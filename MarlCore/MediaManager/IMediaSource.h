@@ -22,8 +22,8 @@ enum class MediaKind { kAudio, kVideo };
 class MARLCORE_EXPORT IMediaSource : public CObjectiveCWrappedObject {
 public:
     /// The source of the file at `url`, owned by nobody yet: put it into an `IMediaSourceRef` at once. A
-    /// movie makes a `CFileVideoSource`, all else a `CFileAudioSource`. `offline`: the file is not looked
-    /// for. Throws what their constructors throw.
+    /// movie makes a `CFileVideoSource` unless it is seen to have sound and no picture; all else makes a
+    /// `CFileAudioSource`. `offline`: the file is not looked for. Throws what their constructors throw.
     static IMediaSource* New(const CURLRef& url, bool offline);
 
     virtual CURLRef getURL() const = 0;

@@ -17,6 +17,7 @@
 
 #include "MediaManager/MediaFiles.h"
 #include "MediaManager/SampledSource.h"
+#include "support/MovieFiles.h"
 #include "support/OpenedFile.h"
 
 namespace marl {
@@ -267,6 +268,28 @@ TEST_F(FileSources, MayBeDroppedByThoseWhoHearOfAChange) {
         EXPECT_FALSE(source);
     }
     center.removeObserver(this);
+}
+
+TEST_F(FileSources, HearMoviesThatHaveNothingToSee) {
+    using namespace support;
+    const Bytes samples = atom("mdat", Bytes().big16(1).big16(2).big16(3));
+    const MovieTrackContents sound = plainTrack(8, 3);
+    MovieTrackContents picture = sound;
+    picture.handler = "vide";
+    const auto write = [&](const char* name, const Bytes& tracks) {
+        return m_folder.write(name, Bytes(samples.view()).append(movieHeader(tracks)));
+    };
+    ProjectFormat::setCurrent({1000, 16, 0});
+    const IMediaSourceRef heard(IMediaSource::New(urlOf(write("a.mov", movieTrack(sound))), false));
+    auto* const audio = heard.dynamicCast<CFileAudioSource>();
+    ASSERT_TRUE(audio);
+    EXPECT_TRUE(audio->isStreamed());
+    EXPECT_EQ(samplesOf(*audio->getFileData()), (std::vector{1, 2, 3}));
+    const std::string both = write("b.mov", movieTrack(sound).append(movieTrack(picture)));
+    for (const auto& [path, isOffline] : {std::pair(both, false),
+                                          {write("c.mov", movieTrack(picture)), false},
+                                          {m_folder.path("a.mov"), true}})
+        EXPECT_EQ(IMediaSourceRef(IMediaSource::New(urlOf(path), isOffline))->getKind(), MediaKind::kVideo);
 }
 
 TEST_F(FileSources, TellThoseWhoShowAMovie) {
