@@ -38,11 +38,17 @@ constexpr std::array kFirstAtoms{fourCharCode("ftyp"), fourCharCode("moov"), fou
                           "couldn't find the movie atom ('moov') in the %lld bytes of the file", length);
 }
 
-/// Time scale and duration, which the headers of movie and media have at the same places.
-void readTimes(const Fields& header, std::uint32_t& timeScale, std::uint64_t& duration) {
+/// Which the headers of movie and media have at the same place.
+std::uint32_t timeScaleIn(const Fields& header) {
+    return header.u32(header.version() == 1 ? 20 : 12);
+}
+
+/// Of 32 bits at `shortAt` or of 64 bits at `longAt`; 0 where all bits are set, which means that nobody knew.
+std::uint64_t durationIn(const Fields& header, std::size_t shortAt, std::size_t longAt) {
     const bool isLong = header.version() == 1;
-    timeScale = header.u32(isLong ? 20 : 12);
-    duration = isLong ? header.u64(24) : header.u32(16);
+    const std::uint64_t unknown = isLong ? UINT64_MAX : UINT32_MAX;
+    const std::uint64_t duration = isLong ? header.u64(longAt) : header.u32(shortAt);
+    return duration == unknown ? 0 : duration;
 }
 
 void readTrackHeader(IFileData& file, const Atom& atom, Track& track) {
@@ -50,7 +56,7 @@ void readTrackHeader(IFileData& file, const Atom& atom, Track& track) {
     const bool isLong = header.version() == 1;
     track.isEnabled = header.u32(0) & 1;
     track.id = header.u32(isLong ? 20 : 12);
-    track.duration = isLong ? header.u64(28) : header.u32(20);
+    track.duration = durationIn(header, 20, 28);
     const std::size_t sizeAt = isLong ? 88 : 76;
     track.width = header.u32(sizeAt) / kFixedOne;
     track.height = header.u32(sizeAt + 4) / kFixedOne;
@@ -58,7 +64,7 @@ void readTrackHeader(IFileData& file, const Atom& atom, Track& track) {
 
 void readMedia(IFileData& file, const Atom& atom, Track& track) {
     if (const auto header = findAtom(file, atom, fourCharCode("mdhd")))
-        readTimes(Fields(file, *header, 32), track.mediaTimeScale, track.mediaDuration);
+        track.mediaTimeScale = timeScaleIn(Fields(file, *header, 24));
     if (const auto handler = findAtom(file, atom, fourCharCode("hdlr")))
         track.handler = Fields(file, *handler, 12).u32(8);
     const auto information = findAtom(file, atom, fourCharCode("minf"));
@@ -81,8 +87,11 @@ void readHeader(IFileData& file, Movie& movie) {
         if (atom->type == fourCharCode("cmov"))
             throw CParamException(kParameterError,
                                   "the movie's header is compressed ('cmov'), which is not supported");
-        if (atom->type == fourCharCode("mvhd"))
-            readTimes(Fields(file, *atom, 32), movie.timeScale, movie.duration);
+        if (atom->type == fourCharCode("mvhd")) {
+            const Fields header(file, *atom, 32);
+            movie.timeScale = timeScaleIn(header);
+            movie.duration = durationIn(header, 16, 24);
+        }
         if (atom->type == fourCharCode("trak") && movie.tracks.size() < kMostTracks)
             movie.tracks.push_back(readTrack(file, *atom));
     }

@@ -26,10 +26,9 @@ struct Track {
     std::uint32_t id = 0;
     bool isEnabled = false;
     Code handler = 0;
-    std::uint64_t duration = 0;        // in the movie's time scale
+    std::uint64_t duration = 0;        // in the movie's time scale; 0 when not stated
     double width = 0, height = 0;      // of the picture; 0 for sound
     std::uint32_t mediaTimeScale = 0;  // units a second; 0 when not stated
-    std::uint64_t mediaDuration = 0;   // in that time scale
     std::optional<Atom> edits;
     std::optional<Atom> dataReferences;
     std::optional<Atom> sampleTables;
@@ -39,7 +38,7 @@ struct Track {
 struct Movie {
     Atom place;                   // of 'moov'
     std::uint32_t timeScale = 0;  // units a second; 0 when not stated
-    std::uint64_t duration = 0;   // in that time scale
+    std::uint64_t duration = 0;   // in that time scale; 0 when not stated
     bool isFragmented = false;
     std::vector<Track> tracks;  // at most 1024 of them
 };
