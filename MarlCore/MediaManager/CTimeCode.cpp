@@ -19,9 +19,11 @@ int framesPerSecond(const TimeCodeFormat& format) noexcept {
     return std::clamp(format.framesPerSecond, 1, 255);
 }
 
-/// Numbers that are left out of a minute.
+/// Numbers that are left out of a minute. Only rates a little below 30 frames a second, and multiples of it,
+/// have a use for that.
 int droppedAMinute(const TimeCodeFormat& format) noexcept {
-    return format.dropsFrames ? framesPerSecond(format) / 15 : 0;
+    const int rate = framesPerSecond(format);
+    return format.dropsFrames && rate % 30 == 0 ? rate / 15 : 0;
 }
 
 /// The number of a frame as the code counts: with those that are left out.

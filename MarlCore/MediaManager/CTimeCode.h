@@ -17,7 +17,7 @@ struct TimeCodeFormat {
     std::uint32_t frameDuration = 1;  ///< of a frame, in these units
     int framesPerSecond = 25;         ///< that the code counts to, 1 to 255: 30 for 29.97
     /// Leaves out the first numbers of every minute but each tenth (2 of 30 frames a second, 4 of 60), so
-    /// that a code of 29.97 frames a second keeps up with the clock.
+    /// that a code of 29.97 frames a second keeps up with the clock. Means nothing at other rates.
     bool dropsFrames = false;
 
     friend bool operator==(const TimeCodeFormat&, const TimeCodeFormat&) = default;

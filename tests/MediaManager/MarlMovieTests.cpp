@@ -18,6 +18,7 @@ using marl::TimeCodeFormat;
 
 constexpr TimeCodeFormat kFilm{24, 1, 24, false};
 constexpr TimeCodeFormat kDrop{30000, 1001, 30, true};
+constexpr TimeCodeFormat kDrop25{25, 1, 25, true};  // which leaves nothing out
 constexpr TimeCodeFormat kDrop60{60000, 1001, 60, true};
 
 TEST(TimeCode, NumbersFrames) {
@@ -26,10 +27,10 @@ TEST(TimeCode, NumbersFrames) {
         std::int64_t frame;
         const char* text;
     } rows[] = {
-        {kFilm, 0, "00:00:00:00"},      {kFilm, 23, "00:00:00:23"},      {kFilm, 24, "00:00:01:00"},
-        {kFilm, 86400, "01:00:00:00"},  {kDrop, 1799, "00:00:59;29"},    {kDrop, 1800, "00:01:00;02"},
-        {kDrop, 17981, "00:09:59;29"},  {kDrop, 17982, "00:10:00;00"},   {kDrop, 107892, "01:00:00;00"},
-        {kDrop60, 3600, "00:01:00;04"}, {kDrop60, 215784, "01:00:00;00"}};
+        {kFilm, 0, "00:00:00:00"},      {kFilm, 23, "00:00:00:23"},     {kFilm, 24, "00:00:01:00"},
+        {kFilm, 86400, "01:00:00:00"},  {kDrop, 1799, "00:00:59;29"},   {kDrop, 1800, "00:01:00;02"},
+        {kDrop, 17981, "00:09:59;29"},  {kDrop, 17982, "00:10:00;00"},  {kDrop, 107892, "01:00:00;00"},
+        {kDrop25, 1500, "00:01:00;00"}, {kDrop60, 3600, "00:01:00;04"}, {kDrop60, 215784, "01:00:00;00"}};
     for (const auto& row : rows) {
         EXPECT_EQ(CTimeCode(row.format, row.frame).text(), row.text);
         EXPECT_EQ(CTimeCode(row.format, row.text).frameNumber(), row.frame) << row.text;
@@ -120,6 +121,9 @@ TEST(MarlMovie, RaisesTowardsTheHost) {
     EXPECT_THROW(MarlMovie(folder.write("text.mov", "text")), platform::Exception);
     EXPECT_THROW(MarlMovie(marl::CMovieInstanceRef()), platform::Exception);
     EXPECT_FALSE(marl::CMovieInstance().isOpen());
+    Bytes endless = movieWith(videoTrack());
+    endless.overwrite(endless.offsetOf("mvhd") + 4 + 16, Bytes().big32(0xFFFFFFFF));
+    EXPECT_EQ(MarlMovie(folder.write("b.mov", endless)).duration(), 0) << "nobody knew";
 }
 
 }  // namespace
