@@ -174,6 +174,14 @@ TEST(Convert, GivesEverySampleInEveryFormat) {
                 EXPECT_TRUE(convert({format, 0, channels, input, "-"}).out == host);
                 convertQuietly({format, 0, channels, input, folder.path("out.raw")});
                 EXPECT_TRUE(contentsOf(folder.path("out.raw")) == host);
+                const std::string movie = folder.path("out.mov");
+                convertQuietly({format, 0, channels, input, movie});
+                EXPECT_EQ(infoOf(movie)["container"], "QuickTime");
+                EXPECT_TRUE(sampleBytes(movie) == expectedSamples(source, values, width, true, doubled));
+                EXPECT_TRUE(convert({.input = movie, .output = "-"}).out == host);
+                std::ostringstream streamed, err;
+                EXPECT_EQ(runStream({.input = movie}, streamed, err), kDone) << err.str();
+                EXPECT_TRUE(streamed.str() == host);
                 if (format == "f32") continue;
                 for (const bool toAIFF : {true, false}) {
                     const std::string output = folder.path(toAIFF ? "out.aif" : "out.wav");
@@ -422,6 +430,7 @@ TEST(Convert, NamesTheFileAtFaultAndLeavesNothing) {
     folder.write("surround.wav", support::wavFile({.format = support::WAVFormat{.channels = 6},
                                                    .samples = Bytes().zeros(120)}));
     folder.write("bad.wav", "RIFF");
+    folder.write("bad.mov", "RIFF");
     fs::create_directory(folder.path("folder.wav"));
     ASSERT_EQ(::mkfifo(folder.path("pipe.wav").c_str(), 0600), 0);
     fs::create_symlink("circle.wav", folder.path("circle.wav"));
@@ -438,6 +447,9 @@ TEST(Convert, NamesTheFileAtFaultAndLeavesNothing) {
          false,
          "Unsupported channel conversion. Source 6 channels, dest 2 channels."},
         {{.input = "bad.wav", .output = "out.wav"}, false, "couldn't find RIFF tag"},
+        {{.input = "bad.mov", .output = "out.wav"},
+         false,
+         "not a QuickTime file: at byte 0 begins a WAV file"},
         {{.input = "gone.wav", .output = "out.wav"}, false, "cannot be read: No such file or directory"},
         {{.input = "folder.wav", .output = "out.wav"}, false, "cannot be read: Is a directory"},
         {{.input = "pipe.wav", .output = "out.wav"}, false, "pipes and devices cannot be read"},

@@ -317,6 +317,10 @@ TEST(Info, SaysWhyAPathIsNoLoopFile) {
     fs::create_directory(folder.path("Host.app"));
     folder.write("notes.txt", "");
     folder.write("empty.wav", "");
+    folder.write("empty.mov", "");
+    folder.write("text.mov", "Once upon a time");
+    folder.write("sound.mov", support::wavFile({}));
+    folder.write("cut.mov", support::Bytes().big32(1000).text("mdat").zeros(92));
     const struct {
         std::string name, reason;
     } kRows[] = {
@@ -327,6 +331,10 @@ TEST(Info, SaysWhyAPathIsNoLoopFile) {
         {"empty.wav/x.wav", "cannot be read: No such file or directory"},
         {"notes.txt", "not a loop file: its name must end in .aif, .aiff, .wav, .wave or .mov"},
         {"empty.wav", "couldn't find RIFF tag"},
+        {"empty.mov", "not a QuickTime file: it is empty"},
+        {"text.mov", "not a QuickTime file: there is no atom at byte 0"},
+        {"sound.mov", "not a QuickTime file: at byte 0 begins a WAV file"},
+        {"cut.mov", "couldn't find the movie atom ('moov') in the 100 bytes of the file"},
         {"-", "cannot be read: No such file or directory"},
     };
     for (const auto& row : kRows) {

@@ -18,6 +18,7 @@
 
 #include "support/EnvironmentVariable.h"
 #include "support/LoopFiles.h"
+#include "support/MovieFiles.h"
 #include "support/TemporaryFolder.h"
 #include "tools/Program.h"
 
@@ -94,6 +95,11 @@ TEST_F(Peaks, ArePrintedAsJSON) {
     const json whole = json::parse(run({"--json", "--size", "1x4", m_mono}).out);
     EXPECT_EQ(whole["to"], 999);
     EXPECT_EQ(whole["peaks"], json::parse("[[0.030487060546875, 0.0]]"));
+    support::Bytes ramp;
+    for (int frame = 0; frame < 1000; ++frame) ramp.big16(frame);
+    const support::Bytes movie = support::movieHeader(support::movieTrack(support::plainTrack(8, 1000)));
+    const std::string path = m_folder.write("movie.mov", support::atom("mdat", ramp).append(movie));
+    EXPECT_EQ(json::parse(run({"--json", "--size", "1x4", path}).out)["peaks"], whole["peaks"]);
 }
 
 TEST_F(Peaks, AreDrawnUnderTheNameOfTheFile) {

@@ -74,8 +74,8 @@ void addMatrix(ChunkBuilder& atom) {
     atom.add32(kFixedOne).addZeros(12).add32(kFixedOne).addZeros(12).add32(0x40000000);
 }
 
-// Fields that state a length are written as zero, and filled in by `stateFrames`, which finds them by these
-// offsets into their atoms' bodies.
+// Fields that state a length are those of a movie without samples, until `stateFrames` fills them in, which
+// finds them by these offsets into their atoms' bodies.
 constexpr std::size_t kMovieDurationAt = 24, kTrackDurationAt = 28, kMediaDurationAt = 24, kTimesFramesAt = 8,
                       kSizesCountAt = 8, kRunsCountAt = 12;
 
@@ -161,7 +161,8 @@ ChunkBuilder sampleTables(const IFileParser::FormatInfo& format, std::uint64_t f
     ChunkBuilder tables = body(), offsets = body().add32(0).add32(1);
     addAtom(tables, "stsd", descriptions(format));
     addAtom(tables, "stts", body().add32(0).add32(1).add32(0).add32(1));
-    addAtom(tables, "stsc", body().add32(0).add32(1).add32(1).add32(0).add32(1));
+    // Readers mistrust a chunk of no samples, even where there are none yet.
+    addAtom(tables, "stsc", body().add32(0).add32(1).add32(1).add32(1).add32(1));
     addAtom(tables, "stsz", body().add32(0).add32(bytesPerFrame).add32(0));
     addAtom(tables, "co64", add64(offsets, firstSampleAt));
     return tables;

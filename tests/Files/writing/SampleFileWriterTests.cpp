@@ -144,6 +144,10 @@ TEST_F(WriterTest, StatesEveryFormatOrRefusesItBeforeAFileIsMade) {
          "AIFF files are written with at most 32767 channels (not 32768)"},
         {Container::kWAV, 44100, 2, 32, "WAV files are written with 8, 16 or 24 bits (not 32)"},
         {Container::kWAV, 44100, 32768, 16, "frames of a WAV file have at most 65535 bytes (not 65536)"},
+        {Container::kQuickTime, 44100, 2, 8, "QuickTime files are written with 16, 24 or 32 bits (not 8)"},
+        {Container::kQuickTime, 44100, 32768, 16, "QuickTime files have at most 32767 channels (not 32768)"},
+        {Container::kQuickTime, 0.25, 1, 16, "a QuickTime file cannot state a sample rate of 0.25 Hz"},
+        {Container::kQuickTime, 1e10, 1, 16, "a QuickTime file cannot state a sample rate of 1e+10 Hz"},
         {Container::kWAV, 0.25, 1, 16, "a WAV file cannot state a sample rate of 0.25 Hz"},
         {Container::kWAV, 1e10, 1, 16, "a WAV file cannot state a sample rate of 1e+10 Hz"},
     };

@@ -37,6 +37,7 @@ LoopDescriptionRef waltz(const WrittenFormat& format) {
 
 TEST(WrittenFilesForOthers, HoldSamplesTextsAndTempoForLibsndfile) {
     for (const WrittenFormat& format : writtenFormats()) {
+        if (format.container == Container::kQuickTime) continue;  // ffmpeg is its witness
         SCOPED_TRACE(testing::Message() << format);
         const TemporaryFolder folder;
         const std::string path = folder.path(format.fileName());

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "WrittenFiles.h"
+#include "support/MovieFiles.h"
 
 #include <MarlCore/Files/CMemoryFileData.h>
 #include <MarlCore/Files/parsing/CAIFFileParser.h>
+#include <MarlCore/Files/parsing/CQTFileParser.h>
 #include <MarlCore/Files/parsing/CWAVFileParser.h>
 #include <MarlCore/Files/writing/CAIFWriter.h>
+#include <MarlCore/Files/writing/CQTWriter.h>
 #include <MarlCore/Files/writing/CWAVWriter.h>
 #include <MarlCore/platform/ByteOrder.h>
 
@@ -28,9 +31,15 @@ std::uint32_t sizeAt(const std::string& contents, std::size_t offset, Container 
 
 }  // namespace
 
+const char* WrittenFormat::fileName() const {
+    constexpr const char* kNames[] = {"take.aif", "take.wav", "take.mov"};
+    return kNames[static_cast<std::size_t>(container)];
+}
+
 std::ostream& operator<<(std::ostream& stream, const WrittenFormat& format) {
-    return stream << (format.container == Container::kAIFF ? "AIFF, " : "WAV, ") << format.channels
-                  << " channels of " << format.bits << " bits";
+    constexpr const char* kNames[] = {"AIFF, ", "WAV, ", "QuickTime, "};
+    return stream << kNames[static_cast<std::size_t>(format.container)] << format.channels << " channels of "
+                  << format.bits << " bits";
 }
 
 const std::vector<WrittenFormat>& writtenFormats() {
@@ -39,6 +48,7 @@ const std::vector<WrittenFormat>& writtenFormats() {
         for (const int channels : {1, 2, 6}) {
             for (const int bits : {16, 24}) all.push_back({Container::kAIFF, channels, bits});
             for (const int bits : {8, 16, 24}) all.push_back({Container::kWAV, channels, bits});
+            for (const int bits : {16, 24, 32}) all.push_back({Container::kQuickTime, channels, bits});
         }
         return all;
     }();
@@ -53,6 +63,8 @@ marl::IFileWriterRef newWriter(Container container, const std::string& path,
                                const marl::IFileParserRef& parser, bool overwrite) {
     if (container == Container::kAIFF)
         return marl::IFileWriterRef(new marl::CAIFWriter(halyard::CSTR(path), parser, overwrite));
+    if (container == Container::kQuickTime)
+        return marl::IFileWriterRef(new marl::CQTWriter(halyard::CSTR(path), parser, overwrite));
     return marl::IFileWriterRef(new marl::CWAVWriter(halyard::CSTR(path), parser, overwrite));
 }
 
@@ -69,11 +81,13 @@ std::string silence(const WrittenFormat& format, int samples) {
 }
 
 marl::IFileParserRef parsed(const std::string& path, Container container) {
-    const bool isAIFF = container == Container::kAIFF;
-    const marl::IFileDataRef file(new marl::CMemoryFileData(urlOf(path), false, isAIFF));
+    const bool isBigEndian = container != Container::kWAV;
+    const marl::IFileDataRef file(new marl::CMemoryFileData(urlOf(path), false, isBigEndian));
     marl::IFileParserRef parser;
-    if (isAIFF)
+    if (container == Container::kAIFF)
         parser = new marl::CAIFFileParser(file);
+    else if (container == Container::kQuickTime)
+        parser = new marl::CQTFileParser(file);
     else
         parser = new marl::CWAVFileParser(file);
     parser->parse(marl::IFileParser::kParseAll);
@@ -81,6 +95,9 @@ marl::IFileParserRef parsed(const std::string& path, Container container) {
 }
 
 std::string deliveredSamples(const std::string& path, const WrittenFormat& format) {
+    if (format.container == Container::kQuickTime)
+        return deliveredSound(*marl::IFileRef(marl::IFile::New(urlOf(path), false)),
+                              static_cast<unsigned>(format.bits));
     const marl::IFileParserRef parser = parsed(path, format.container);
     marl::IFileParser::FormatInfo fileFormat;
     parser->getFormatInfo(fileFormat);
@@ -110,7 +127,24 @@ std::string asDelivered(const WrittenFormat& format, const std::string& samples)
     return wide;
 }
 
+namespace {
+
+/// The lengths in the header of a movie are the parser's to find.
+void expectTrueMovie(const std::string& path, const WrittenFormat& format, int frames) {
+    const std::string contents = contentsOf(path);
+    const auto sampleBytes = static_cast<std::size_t>(frames * format.bytesPerFrame());
+    const std::size_t sampleOffset = contents.size() - sampleBytes;
+    const marl::IFileParserRef parser = parsed(path, format.container);
+    EXPECT_EQ(parser->getLengthInFrames(), frames);
+    EXPECT_EQ(parser->getSampleOffset(), frames > 0 ? sampleOffset : 0);
+    EXPECT_EQ(contents.substr(sampleOffset - 12, 4), "mdat");
+    EXPECT_EQ(platform::loadBig64(contents.data() + sampleOffset - 8), 16 + sampleBytes);
+}
+
+}  // namespace
+
 void expectTrueHeader(const std::string& path, const WrittenFormat& format, int frames) {
+    if (format.container == Container::kQuickTime) return expectTrueMovie(path, format, frames);
     const std::string contents = contentsOf(path);
     const auto sampleBytes = static_cast<std::uint32_t>(frames * format.bytesPerFrame());
     const std::size_t sampleOffset = contents.size() - sampleBytes - sampleBytes % 2;

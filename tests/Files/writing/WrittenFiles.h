@@ -17,7 +17,7 @@ namespace support {
 
 using LoopDescriptionRef = halyard::CSharedObjectRef<marl::CLoopDescription>;
 
-enum class Container { kAIFF, kWAV };
+enum class Container { kAIFF, kWAV, kQuickTime };
 
 /// A sample format that a container is written in.
 struct WrittenFormat {
@@ -27,7 +27,7 @@ struct WrittenFormat {
 
     int bytesPerSample() const { return bits / 8; }
     int bytesPerFrame() const { return bits / 8 * channels; }
-    const char* fileName() const { return container == Container::kAIFF ? "take.aif" : "take.wav"; }
+    const char* fileName() const;
 };
 std::ostream& operator<<(std::ostream& stream, const WrittenFormat& format);
 
@@ -49,7 +49,8 @@ std::string silence(const WrittenFormat& format, int samples);
 /// The file through its parser, which has parsed everything.
 marl::IFileParserRef parsed(const std::string& path, Container container);
 
-/// All samples, as the memory strategy delivers them in the width of the file; those of 8 bits become their
+/// All samples, as the memory strategy (of movies, the one of theirs) delivers them in the width of the file;
+/// those of 8 bits become their
 /// 16-bit values, because nothing delivers 8 bits.
 std::string deliveredSamples(const std::string& path, const WrittenFormat& format);
 
