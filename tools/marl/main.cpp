@@ -83,7 +83,8 @@ bool isOutputATerminal(const std::string& what = "samples") {
 void addInfo(CLI::App& app, marl::tool::InfoOptions& options, Command& command) {
     CLI::App* const info = app.add_subcommand("info", "Show format, tempo, root note and tags of loops");
     info->add_flag("--json", options.json, "Print a JSON array with all that is known");
-    info->add_option("FILE", options.paths, "AIFF and WAV files, and folders of them")
+    info->add_option("FILE", options.paths,
+                     "AIFF, WAV and QuickTime files, and folders\nof AIFF and WAV files")
         ->type_name("")
         ->required();
     info->callback([&] { command = [&] { return marl::tool::runInfo(options, std::cout, std::cerr); }; });
@@ -377,7 +378,7 @@ void addPeaks(CLI::App& app, marl::tool::PeaksOptions& options, Command& command
                                               "Print the peaks of as many columns in place of a picture:\n"
                                               "[max, min], or [leftMax, leftMin, rightMax, rightMin];\n"
                                               "a column without a frame has a max of -1, a min of 1");
-    peaks->add_option("FILE", options.path, "AIFF or WAV file")->type_name("")->required();
+    peaks->add_option("FILE", options.path, "AIFF, WAV or QuickTime file")->type_name("")->required();
     CLI::Option* const output = peaks->get_option("-o");
     peaks->callback([=, &options, &command] {
         requireAlone(*json, {output, color});
