@@ -2,12 +2,11 @@
 #include <MarlCore/Utilities/TimerReport.h>
 
 #include <array>
+#include <clocale>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-
-#include <locale.h>
 
 namespace marl {
 namespace {
