@@ -30,9 +30,11 @@ std::optional<fs::path> folderOfThisLibrary() {
     Dl_info info{};
     if (::dladdr(&anchor, &info) == 0 || !info.dli_fname) return std::nullopt;
     fs::path path(info.dli_fname);
-    std::error_code error;
     // A program is known by the name that it was started with.
-    if (path.is_relative()) path = fs::read_symlink("/proc/self/exe", error);
+    if (path.is_relative()) path = "/proc/self/exe";
+    // The loader may come by a link, such as /lib for /usr/lib, from where ".." is another folder.
+    std::error_code error;
+    path = fs::canonical(path, error);
     return error ? std::nullopt : std::optional(path.parent_path());
 }
 
@@ -49,7 +51,7 @@ std::vector<std::string> Bundle::resourceFolders() {
     if (!named.empty()) folders.push_back(named);
     if (const auto folder = folderOfThisLibrary())
         folders.push_back((*folder / MARL_DATA_FROM_LIBRARY).lexically_normal().string());
-    folders.emplace_back(MARL_SOURCE_RESOURCES);
+    folders.emplace_back(MARL_RESOURCES);
     return folders;
 }
 

@@ -18,7 +18,8 @@ class MARLCORE_EXPORT Bundle {
 public:
     /// The folders that may hold resources, first choice first, whether they exist or not: the one that
     /// `MARLCORE_RESOURCES` names, the data folder of the installation that the loaded library belongs to
-    /// ("../share/marlcore" from the library's folder), and the source tree that it was built from.
+    /// ("../share/marlcore" from the library's folder), and the one that the build fixed: its source tree, or
+    /// where a package puts them.
     static std::vector<std::string> resourceFolders();
 
     /// The path of "name.type" in the first of these folders that holds such a file, or nothing.

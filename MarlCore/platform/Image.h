@@ -20,7 +20,7 @@ enum ImageCacheMode {
 
 /// A size, and the pixels that are shown in it. A value: copies share the pixels, which nobody changes once
 /// they are in an image. [one thread at a time]
-class Image {
+class MARLCORE_EXPORT Image {
 public:
     using Representations = std::vector<std::shared_ptr<const BitmapImageRep>>;
 
