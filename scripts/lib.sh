@@ -3,7 +3,10 @@
 
 # Packages to build the program; and those that its tests, benchmarks and fuzzers need beside them.
 build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libpng-dev"
-test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format"
+test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format zsh fish groff-base"
+
+# What packages are made, checked and tried with.
+package_packages="dpkg-dev lintian debootstrap"
 
 # What tests for 32-bit PowerPC take: cross compiler, emulator, and GoogleTest's sources.
 cross_packages="g++-powerpc-linux-gnu qemu-user googletest"
