@@ -1,0 +1,85 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Each shell completes what the program has: commands, flags, values, and keywords from an index.
+# `completions.sh PREFIX SHELL FOLDER_OF_LOOPS`
+set -euo pipefail
+prefix=$1
+shell=$2
+PATH=$prefix/bin:$PATH
+. "$(dirname "$0")/help.sh"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
+marl index --index-dir "$work/indexes" "$3" >/dev/null
+mkdir "$work/here"  # empty: no files to complete
+cd "$work/here"
+
+# complete_in_SHELL word...: what completes the last word.
+complete_in_bash() {
+  bash --norc -c '. "$0"
+    COMP_WORDS=(marl "$@") COMP_CWORD=$#
+    _marl
+    printf "%s\n" "${COMPREPLY[@]}"' "$prefix/share/bash-completion/completions/marl" "$@" | sed 's/\\//g'
+}
+
+# zsh completes inside its line editor only, so its own builtins have stand-ins here.
+complete_in_zsh() {
+  zsh -f -c '
+    words=(marl "$@")
+    CURRENT=$#words
+    _files() {}
+    compadd() {
+      while [[ $1 == -* ]]; do
+        case $1 in
+          -a) printf "%s\n" ${(P)2}; return ;;
+          --) shift; break ;;
+          *) shift 2 ;;
+        esac
+      done
+      printf "%s\n" "$@"
+    }
+    source $0' "$(find "$prefix" -name _marl)" "$@" | grep -i -e "^${*: -1}" || true
+}
+
+complete_in_fish() {
+  local word line=marl
+  for word in "$@"; do
+    line+=" $(printf %q "$word")"
+  done
+  [ -n "$word" ] || line=${line%"''"}
+  fish --no-config -c 'source $argv[1]; complete -C $argv[2]' \
+    "$prefix/share/fish/vendor_completions.d/marl.fish" "$line" | cut -f 1
+}
+
+sorted() { sed "/^$/d" | sort; }
+
+failures=0
+# completes EXPECTED word...
+completes() {
+  local expected=$1
+  shift
+  if ! diff -u --label expected --label "marl $*" \
+    <(sorted <<<"$expected") <("complete_in_$shell" "$@" | sorted); then
+    failures=$((failures + 1))
+  fi
+}
+
+completes "$(subcommands)" ''
+completes "$(flags)" -
+completes "$(subcommands prefs)" prefs ''
+while read -r command; do
+  # shellcheck disable=SC2086
+  completes "$(flags $command)" $command -
+done < <(commands)
+completes search sea
+completes $'--key\n--key-type' search --key
+completes $'Drum Kit\nDry' search --index-dir "$work/indexes" dr
+completes "$(marl keywords --index-dir "$work/indexes" | sed -n 's/^ *[0-9]* *\([A-Z]\)/\1/p')" \
+  search --index-dir "$work/indexes" Funk ''
+completes $'f32\ns16\ns24' convert --format ''
+completes $'s16\ns24' record --format ''
+completes $'1\n2' stream --channels ''
+completes 'Default Tempo' prefs get 'Default Te'
+completes '' prefs get 'Default Tempo' ''
+completes '' stream --rate ''
+[ "$failures" -eq 0 ]
