@@ -3,7 +3,7 @@
 
 # Packages to build the program; and those that its tests, benchmarks and fuzzers need beside them.
 build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libpng-dev"
-test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format zsh fish groff-base"
+test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format zsh fish groff-base doxygen"
 
 # What packages are made, checked and tried with.
 package_packages="dpkg-dev lintian debootstrap"
