@@ -4,11 +4,12 @@
 #pragma once
 
 #include <MarlCore/foundation/CTimer.h>
+#include <MarlCore/platform/Export.h>
 
 namespace marl {
 
 /// Measures elapsed time as `halyard::CTimer` does, on a clock that nobody sets. [one thread at a time]
-class Stopwatch {
+class MARLCORE_EXPORT Stopwatch {
 public:
     /// A new one: at zero, and not running.
     static Stopwatch stopwatch() noexcept { return {}; }

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Completion of marl for bash. Commands and flags are what `marl --help` lists, keywords what `marl keywords` does,
-# so that this file knows none of them.
+# so that this file knows none of them. In any language the keys are offered,
+# which is what `marl search` takes.
 
 # _marl_listed SECTION [command...]: the first words of that section of a help text.
 _marl_listed() {
@@ -35,7 +36,7 @@ _marl_arguments() {
     return
   fi
   case ${command[*]} in
-    search) "$program" keywords "${index_dir[@]}" 2>/dev/null | sed -n 's/^ *[0-9][0-9]*  *//p' ;;
+    search) LC_ALL=C.UTF-8 "$program" keywords "${index_dir[@]}" 2>/dev/null | sed -n 's/^ *[0-9][0-9]*  *//p' ;;
     'prefs '[gs]et | 'prefs reset')
       [ "$COMP_CWORD" -gt 3 ] || "$program" prefs list 2>/dev/null |
         awk 'NR == 1 {from = index($0, "key"); to = index($0, "value"); next}

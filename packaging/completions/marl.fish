@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Completion of marl for fish. Commands and flags with their descriptions are what `marl --help` lists, keywords what
-# `marl keywords` does, so that this file knows none of them.
+# `marl keywords` does, so that this file knows none of them. In any language the keys are offered,
+# which is what `marl search` takes.
 
 # __marl_listed PROGRAM SECTION [command...]: "word<tab>description" of that section of a help text.
 function __marl_listed
@@ -55,7 +56,7 @@ function __marl_candidates
             if set -l i (contains -i -- --index-dir $words)
                 set index_dir --index-dir $words[(math $i + 1)]
             end
-            $program keywords $index_dir 2>/dev/null | sed -n 's/^ *[0-9][0-9]*  *//p'
+            LC_ALL=C.UTF-8 $program keywords $index_dir 2>/dev/null | sed -n 's/^ *[0-9][0-9]*  *//p'
         case 'prefs get' 'prefs set' 'prefs reset'
             test (count $words) -gt 3
             or $program prefs list 2>/dev/null |
@@ -75,7 +76,7 @@ function __marl_takes_no_file
             test -n "$(__marl_about_value $words[1] $words[-1] $command)"
             and return 0
     end
-    contains -- "$command[1]" '' search keywords prefs
+    contains -- "$command[1]" '' hardware search keywords prefs
 end
 
 complete -c marl -f -n __marl_takes_no_file

@@ -9,6 +9,9 @@ PATH=$prefix/bin:$PATH
 . "$(dirname "$0")/help.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# In any language the keys are completed, which is what `marl search` takes.
+unset LC_ALL LC_MESSAGES
+export LANG=de_DE.UTF-8
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 marl index --index-dir "$work/indexes" "$3" >/dev/null
 mkdir "$work/here"  # empty: no files to complete
@@ -74,7 +77,7 @@ done < <(commands)
 completes search sea
 completes $'--key\n--key-type' search --key
 completes $'Drum Kit\nDry' search --index-dir "$work/indexes" dr
-completes "$(marl keywords --index-dir "$work/indexes" | sed -n 's/^ *[0-9]* *\([A-Z]\)/\1/p')" \
+completes "$(LC_ALL=C.UTF-8 marl keywords --index-dir "$work/indexes" | sed -n 's/^ *[0-9]* *\([A-Z]\)/\1/p')" \
   search --index-dir "$work/indexes" Funk ''
 completes $'f32\ns16\ns24' convert --format ''
 completes $'s16\ns24' record --format ''
