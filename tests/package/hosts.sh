@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds a host against an installed MarlCore, by find_package and by pkg-config, with the shared and the static
-# library, and runs it on a loop of three quarter notes. `hosts.sh PREFIX LOOP`
+# library, and runs it on a loop of three quarter notes; builds the installed examples, too. `hosts.sh PREFIX LOOP`
 set -euo pipefail
 prefix=$(realpath "$1")
 host=$(realpath "$(dirname "$0")/host")
@@ -11,6 +11,10 @@ unset CMAKE_PREFIX_PATH PKG_CONFIG_SYSROOT_DIR LD_LIBRARY_PATH MARLCORE_RESOURCE
 
 cmake -S "$host" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/build" >/dev/null
+
+examples=$(dirname "$(find "$prefix/share/doc" -name player.cpp)")
+cmake -S "$examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/examples" --parallel "$(nproc)" >/dev/null
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name marlcore.pc)")
 export PKG_CONFIG_PATH
@@ -25,6 +29,8 @@ check() {  # PROGRAM RESOURCE
   [ "$printed" = "$expected" ] || { printf '%s prints\n%s\ninstead of\n%s\n' "$1" "$printed" "$expected"; exit 1; }
 }
 loop=$2
+"$work/examples/recorder" --tone 440 --seconds 0.25 "$work/tone.aif" >/dev/null
+"$work/examples/player" --virtual --minutes 0.02 --voices 3 "$work/tone.aif" >/dev/null
 check "$work/build/shared" "$prefix/share/marlcore/Default Values.plist"
 check "$work/pkg-config" "$prefix/share/marlcore/Default Values.plist"
 # Loaders come by links as well, such as /lib for /usr/lib.
