@@ -20,6 +20,9 @@ Browser::Wish Browser::press(const Key& key) {
         case Code::kBackspace:
             eraseCharacter();
             break;
+        case Code::kEraseWord:
+            eraseWord();
+            break;
         case Code::kClear:
             m_list.setFilter("");
             break;
@@ -63,6 +66,13 @@ void Browser::eraseCharacter() {
     while (!text.empty() && isContinuation(text.back())) text.pop_back();
     if (!text.empty()) text.pop_back();
     m_list.setFilter(text);
+}
+
+void Browser::eraseWord() {
+    const std::string& text = m_list.filter();
+    const std::size_t end = text.find_last_not_of(' ') + 1;  // 0 where there are spaces only
+    const std::size_t start = end == 0 ? 0 : text.find_last_of(' ', end - 1) + 1;
+    m_list.setFilter(text.substr(0, start));
 }
 
 void Browser::openChosen() {

@@ -34,6 +34,7 @@ public:
 private:
     std::ptrdiff_t page() const noexcept;
     void eraseCharacter();
+    void eraseWord();
     void openChosen();
 
     LoopList m_list;

@@ -11,7 +11,8 @@ namespace {
 using Code = Key::Code;
 
 constexpr char kEscapeByte = '\x1b';
-constexpr std::size_t kLongestSequence = 32;  // bytes; what is longer is none
+constexpr std::size_t kLongestSequence = 32;         // bytes; what is longer is none
+constexpr std::string_view kFunctionKey = "\x1b[[";  // of the Linux console; a letter follows
 
 struct Sequence {
     std::string_view bytes;  // behind the escape
@@ -20,10 +21,10 @@ struct Sequence {
 
 // As xterm, the Linux console, rxvt and their relatives send them.
 constexpr Sequence kSequences[] = {
-    {"[A", Code::kUp},      {"OA", Code::kUp},        {"[B", Code::kDown}, {"OB", Code::kDown},
-    {"[5~", Code::kPageUp}, {"[6~", Code::kPageDown}, {"[H", Code::kHome}, {"OH", Code::kHome},
-    {"[1~", Code::kHome},   {"[7~", Code::kHome},     {"[F", Code::kEnd},  {"OF", Code::kEnd},
-    {"[4~", Code::kEnd},    {"[8~", Code::kEnd},
+    {"[A", Code::kUp},      {"OA", Code::kUp},        {"[B", Code::kDown},        {"OB", Code::kDown},
+    {"[5~", Code::kPageUp}, {"[6~", Code::kPageDown}, {"[H", Code::kHome},        {"OH", Code::kHome},
+    {"[1~", Code::kHome},   {"[7~", Code::kHome},     {"[F", Code::kEnd},         {"OF", Code::kEnd},
+    {"[4~", Code::kEnd},    {"[8~", Code::kEnd},      {"\x7f", Code::kEraseWord}, {"\b", Code::kEraseWord},
 };
 
 struct Control {
@@ -32,23 +33,14 @@ struct Control {
 };
 
 constexpr Control kControls[] = {
-    {'\r', Code::kEnter},    {'\n', Code::kEnter},  {'\x7f', Code::kBackspace}, {'\b', Code::kBackspace},
-    {'\x15', Code::kClear},  {'\x03', Code::kQuit}, {'\x04', Code::kQuit},      {'\x1a', Code::kSuspend},
-    {'\x0c', Code::kRedraw}, {'\x10', Code::kUp},   {'\x0e', Code::kDown},  // Ctrl-P, Ctrl-N
+    {'\r', Code::kEnter},     {'\n', Code::kEnter},       {'\x7f', Code::kBackspace},
+    {'\b', Code::kBackspace}, {'\x17', Code::kEraseWord}, {'\x15', Code::kClear},
+    {'\x03', Code::kQuit},    {'\x04', Code::kQuit},      {'\x1a', Code::kSuspend},
+    {'\x0c', Code::kRedraw},  {'\x10', Code::kUp},        {'\x0e', Code::kDown},  // Ctrl-P, Ctrl-N
 };
 
 bool isFinal(char c) {
     return c >= '@' && c <= '~';
-}
-
-/// The length in bytes of the sequence at the start of `bytes`, which is an escape; 0: it is not complete.
-std::size_t sequenceLength(std::string_view bytes) {
-    if (bytes.size() < 2) return 0;
-    if (bytes[1] != '[' && bytes[1] != 'O') return 1;
-    const std::string_view sequence = bytes.substr(0, kLongestSequence);
-    const auto end = std::find_if(sequence.begin() + 2, sequence.end(), isFinal);
-    if (end != sequence.end()) return static_cast<std::size_t>(end - sequence.begin()) + 1;
-    return sequence.size() < kLongestSequence ? 0 : kLongestSequence;
 }
 
 /// The length in bytes that the first byte of a character states; 0 where it begins none.
@@ -57,6 +49,23 @@ std::size_t characterLength(char first) {
     if (byte < 0x80) return 1;
     if (byte < 0xC2 || byte > 0xF4) return 0;
     return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+/// The length in bytes of the sequence at the start of `bytes`, which is an escape; 0: it is not complete.
+/// What comes right behind an escape, other than a second one, was pressed together with Alt.
+std::size_t sequenceLength(std::string_view bytes) {
+    if (bytes.size() < 2) return 0;
+    if (bytes[1] == kEscapeByte) return 1;
+    if (bytes[1] != '[' && bytes[1] != 'O') {
+        const std::size_t length = 1 + std::max<std::size_t>(characterLength(bytes[1]), 1);
+        return length <= bytes.size() ? length : 0;
+    }
+    const std::string_view sequence = bytes.substr(0, kLongestSequence);
+    const std::size_t start = sequence.starts_with(kFunctionKey) ? kFunctionKey.size() : 2;
+    const auto end =
+        std::find_if(sequence.begin() + static_cast<std::ptrdiff_t>(start), sequence.end(), isFinal);
+    if (end != sequence.end()) return static_cast<std::size_t>(end - sequence.begin()) + 1;
+    return sequence.size() < kLongestSequence ? 0 : kLongestSequence;
 }
 
 std::optional<Key> sequenceKey(std::string_view sequence) {

@@ -21,10 +21,11 @@ struct Key {
         kEnter,
         kEscape,
         kBackspace,
-        kClear,    ///< Ctrl-U
-        kQuit,     ///< Ctrl-C, Ctrl-D
-        kSuspend,  ///< Ctrl-Z
-        kRedraw,   ///< Ctrl-L
+        kEraseWord,  ///< Ctrl-W, Alt-Backspace
+        kClear,      ///< Ctrl-U
+        kQuit,       ///< Ctrl-C, Ctrl-D
+        kSuspend,    ///< Ctrl-Z
+        kRedraw,     ///< Ctrl-L
     };
 
     Code code = Code::kText;
@@ -33,8 +34,8 @@ struct Key {
     friend bool operator==(const Key&, const Key&) = default;
 };
 
-/// Makes keys of bytes, which come in pieces of any size. Sequences that stand for no key here, and bytes
-/// that are no UTF-8, are passed over.
+/// Makes keys of bytes, which come in pieces of any size. Sequences that stand for no key here, characters
+/// with Alt, and bytes that are no UTF-8, are passed over.
 class KeyDecoder {
 public:
     std::vector<Key> feed(std::string_view bytes);

@@ -134,12 +134,14 @@ TEST(Keys, AreTheSameInPiecesOfAnySize) {
         {"\x1b[H\x1b[4~\r", {{Code::kHome}, {Code::kEnd}, {Code::kEnter}}},
         {"\x1b[1;5C\x1b[200~x", {{Code::kText, "x"}}},  // keys that mean nothing
         {"\x1b"
-         "a",
-         {{Code::kEscape}, {Code::kText, "a"}}},
+         "a\x1bö\x1b\r\x1b\x80x",
+         {{Code::kText, "x"}}},                     // with Alt
+        {"\x1b[[A\x1b[[Ex", {{Code::kText, "x"}}},  // F1 and F5 of the Linux console
         {"\x1b\x1b[B", {{Code::kEscape}, {Code::kDown}}},
         {"\x80\xFFz\xC3(y", {{Code::kText, "z"}, {Code::kText, "y"}}},  // no UTF-8
         {"\x7f\b\x15\x03\x1a",
          {{Code::kBackspace}, {Code::kBackspace}, {Code::kClear}, {Code::kQuit}, {Code::kSuspend}}},
+        {"\x17\x1b\x7f\x1b\b", {{Code::kEraseWord}, {Code::kEraseWord}, {Code::kEraseWord}}},
         {"\x1b[" + std::string(31, '1') + "A",
          {{Code::kText, "1"}, {Code::kText, "A"}}},  // too long for a sequence
         {std::string(1, '\0') + "\x01\tq", {{Code::kText, "q"}}},
@@ -239,6 +241,9 @@ TEST(Browser, EditsItsFilter) {
     EXPECT_EQ(type({{Code::kText, "a"}, {Code::kText, "ö"}, {Code::kText, "b"}, {Code::kBackspace}}), "aö");
     EXPECT_EQ(type({{Code::kBackspace}}), "a");
     EXPECT_EQ(type({{Code::kBackspace}, {Code::kBackspace}, {Code::kText, "x"}, {Code::kEscape}}), "");
+    EXPECT_EQ(type({{Code::kText, "deep  ö k "}, {Code::kEraseWord}}), "deep  ö ");
+    EXPECT_EQ(type({{Code::kEraseWord}}), "deep  ");
+    EXPECT_EQ(type({{Code::kEraseWord}, {Code::kText, "  "}, {Code::kEraseWord}}), "");
     EXPECT_EQ(type({{Code::kText, "nothing"}, {Code::kEnter}, {Code::kClear}}), "");
     EXPECT_EQ(browser.press({Code::kEnter}), Wish::kChoose);
     EXPECT_EQ(browser.press({Code::kEscape}), Wish::kQuit);
