@@ -18,6 +18,7 @@
 #include <MarlCore/platform/RunLoop.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -34,7 +35,7 @@ using browser::Key;
 using Wish = Browser::Wish;
 
 constexpr int kWrongUsage = 2;
-constexpr int kEscapeDelay = 50;  // milliseconds after which an escape is the key of that name
+constexpr double kEscapeDelay = 0.05;  // seconds after which an escape is the key of that name
 
 /// How a session has ended: by a wish, or by a signal.
 struct Ending {
@@ -61,21 +62,29 @@ public:
             pollfd waiting[] = {{m_terminal.descriptor(), POLLIN, 0},
                                 {m_signals.descriptor(), POLLIN, 0},
                                 {timers.fileDescriptor(), POLLIN, 0}};
-            const int ready = ::poll(waiting, 3, m_keys.isWaiting() ? kEscapeDelay : -1);
+            const int ready = ::poll(waiting, 3, millisecondsToWait());
             if (ready < 0 && errno != EINTR) return {Wish::kQuit};
-            if (ready == 0) ending = press(m_keys.finish());
-            if (ready <= 0) continue;
+            if (ready < 0) continue;
             if (waiting[2].revents != 0) timers.fireDueTimers(platform::AbsoluteTimeGetCurrent());
             if (waiting[1].revents != 0) ending.signal = obeySignals();
             if (!ending && waiting[0].revents != 0) ending = readKeys();
+            if (!ending && millisecondsToWait() == 0) ending = press(m_keys.finish());
         }
         return ending;
     }
 
 private:
+    /// Until an escape is the key of that name, however many timers fall due meanwhile; -1: none has come.
+    int millisecondsToWait() const {
+        if (!m_keys.isWaiting()) return -1;
+        const double left = m_lastRead + kEscapeDelay - platform::AbsoluteTimeGetCurrent();
+        return left > 0 ? static_cast<int>(std::ceil(left * 1000)) : 0;
+    }
+
     /// All keys that have come are pressed before the next picture, so that none lags behind.
     Ending readKeys() {
         const std::string bytes = m_terminal.read();
+        m_lastRead = platform::AbsoluteTimeGetCurrent();
         return bytes.empty() ? Ending{Wish::kQuit} : press(m_keys.feed(bytes));
     }
 
@@ -109,6 +118,7 @@ private:
     const bool m_isColoured;
     browser::Terminal m_terminal;
     browser::KeyDecoder m_keys;
+    double m_lastRead = 0;  // when keys came last, in seconds
 };
 
 struct Options {
