@@ -14,11 +14,14 @@ struct Range {
 
 // Blocks rather than single characters, which is close enough for names: combining marks, and what Unicode's
 // annex 11 (East Asian Width) calls wide or full-width.
-constexpr Range kWithoutCell[] = {{0x0300, 0x036F}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x200B, 0x200F},
-                                  {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
-constexpr Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},  {0xAC00, 0xD7A3},
-                           {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6},
-                           {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
+constexpr Range kWithoutCell[] = {{0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD}, {0x064B, 0x065F},
+                                  {0x0900, 0x0902}, {0x0941, 0x0948}, {0x094D, 0x094D}, {0x0E31, 0x0E31},
+                                  {0x0E34, 0x0E3A}, {0x0E47, 0x0E4E}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF},
+                                  {0x200B, 0x200F}, {0x2060, 0x2064}, {0x20D0, 0x20FF}, {0x3099, 0x309A},
+                                  {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF}};
+constexpr Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},   {0xAC00, 0xD7A3},
+                           {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},
+                           {0x1F300, 0x1F64F}, {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
 
 struct Character {
     std::string_view bytes;  // as they are to be shown
@@ -48,8 +51,10 @@ std::size_t cellsOf(char32_t character) {
     return std::ranges::any_of(kWithoutCell, holds) ? 0 : std::ranges::any_of(kWide, holds) ? 2 : 1;
 }
 
+/// Those of terminals, and those that turn the order of all that follows in its line.
 bool isControl(char32_t character) {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
 Character firstCharacter(std::string_view text) {
@@ -81,6 +86,17 @@ std::string fitted(std::string_view text, std::size_t columns) {
         if (used + 1 <= columns) roomEnd = result.size(), roomUsed = used;
     }
     return result.append(columns - used, ' ');
+}
+
+std::string fittedEnd(std::string_view text, std::size_t columns) {
+    std::size_t used = 0;
+    for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(firstCharacter(rest).length))
+        used += firstCharacter(rest).cells;
+    if (used <= columns) return fitted(text, columns);
+    std::string_view end = text;
+    for (; !end.empty() && used >= columns; end.remove_prefix(firstCharacter(end).length))
+        used -= firstCharacter(end).cells;
+    return fitted("…" + std::string(end), columns);
 }
 
 }  // namespace browser

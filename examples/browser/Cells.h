@@ -14,4 +14,7 @@ namespace browser {
 /// that are no UTF-8, become the replacement character.
 std::string fitted(std::string_view text, std::size_t columns);
 
+/// The same, cut at its start.
+std::string fittedEnd(std::string_view text, std::size_t columns);
+
 }  // namespace browser

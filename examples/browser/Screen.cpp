@@ -34,6 +34,16 @@ constexpr Column kColumns[] = {{"key", 9, &Loop::key},
                                {"meter", 6, &Loop::meter},
                                {"instrument", 18, &Loop::instrument}};
 
+constexpr std::size_t kLeastName = 24;  // cells that columns leave for the name of a loop
+
+/// Those for which a window has room.
+std::span<const Column> columnsIn(std::size_t cells) {
+    std::size_t count = 0, used = kLeastName;
+    while (count < std::size(kColumns) && used + kColumns[count].width <= cells)
+        used += kColumns[count++].width;
+    return std::span(kColumns).first(count);
+}
+
 /// What makes a whole line look so.
 std::string styled(std::string_view style, const std::string& line) {
     return std::string(style) + line + std::string(kPlain);
@@ -43,14 +53,14 @@ std::string styled(std::string_view style, const std::string& line) {
 template <typename CellOf>
 std::string tableRow(CellOf cellOf, std::string_view last, std::size_t columns) {
     std::string row;
-    for (const Column& column : kColumns) row += fitted(cellOf(column), column.width - 1) + ' ';
+    for (const Column& column : columnsIn(columns)) row += fitted(cellOf(column), column.width - 1) + ' ';
     return fitted(row + std::string(last), columns);
 }
 
 std::string filterLine(const LoopList& list, std::size_t columns) {
     const std::string counts = std::to_string(list.count()) + " of " + std::to_string(list.total());
     const std::size_t room = columns > counts.size() ? columns - counts.size() : 0;
-    return fitted(fitted("> " + list.filter() + "▏", room) + counts, columns);
+    return fitted(fittedEnd("> " + list.filter() + "▏", room) + counts, columns);
 }
 
 std::string_view fileName(std::string_view path) {

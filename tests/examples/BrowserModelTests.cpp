@@ -186,9 +186,23 @@ TEST(Cells, HoldTextOfAnyWidth) {
                  {"a\x1b[2Jb", 6, "a\uFFFD[2Jb"},
                  {"a\u009bb", 4, "a\uFFFDb "},
                  {"😀é", 3, "😀é"},
+                 {"か\u3099🚀", 4, "か\u3099🚀"},
+                 {"ש\u05B8a", 2, "ש\u05B8a"},
+                 {"a\u202Eb", 3, "a\uFFFDb"},  // would turn the rest of the line around
                  {"\xFFz\xE2\x82", 4, "\uFFFDz\uFFFD\uFFFD"}};
     for (const auto& row : cases)
         EXPECT_EQ(browser::fitted(row.text, row.columns), row.cells) << row.text << " in " << row.columns;
+}
+
+TEST(Cells, HoldTheEndOfText) {
+    const struct {
+        const char* text;
+        std::size_t columns;
+        const char* cells;
+    } cases[] = {{"ab", 3, "ab "}, {"abc", 3, "abc"},      {"abcd", 3, "…cd"},   {"abcd", 1, "…"},
+                 {"abcd", 0, ""},  {"鼓鼓鼓", 5, "…鼓鼓"}, {"鼓鼓鼓", 4, "…鼓 "}};
+    for (const auto& row : cases)
+        EXPECT_EQ(browser::fittedEnd(row.text, row.columns), row.cells) << row.text << " in " << row.columns;
 }
 
 /// Without SGR sequences, a cell a character.
@@ -217,6 +231,21 @@ TEST(Screen, FillsAWindowOfAnySize) {
                 ASSERT_EQ(lines.size(), rows);
                 for (const std::string& line : lines) ASSERT_EQ(cellsOf(line), columns) << line;
             }
+}
+
+TEST(Screen, LeavesRoomForNamesInANarrowWindow) {
+    const struct {
+        std::size_t columns;
+        const char* heading;
+    } cases[] = {{20, "loop"},
+                 {40, "key      bpm    loop"},
+                 {46, "key      bpm    meter loop"},
+                 {64, "key      bpm    meter instrument        loop"}};
+    for (const auto& row : cases) {
+        LoopList list(fewLoops());
+        const auto lines = browser::drawScreen(list, {}, {10, row.columns}, false);
+        EXPECT_EQ(lines[1].substr(0, lines[1].find_last_not_of(' ') + 1), row.heading);
+    }
 }
 
 TEST(Screen, DrawsLevelsInEighthsOfCells) {
