@@ -14,12 +14,24 @@
 namespace browser {
 namespace {
 
-// Another screen without a cursor, and back.
-constexpr std::string_view kEnter = "\x1b[?1049h\x1b[?25l\x1b[2J";
-constexpr std::string_view kLeave = "\x1b[0m\x1b[?25h\x1b[?1049l";
+// Another screen, without a cursor and without lines that go on in the next row; and back.
+constexpr std::string_view kEnter = "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J";
+constexpr std::string_view kLeave = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
 
 [[noreturn]] void throwErrno(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Stops the job, as Ctrl-Z does: a script that waits for this process stops with it, and the shell has the
+/// terminal again. Where no shell could continue the job, within $(...) for one, the system passes the signal
+/// over, and nothing stops.
+void stopJob() {
+    sigset_t stop, before;
+    ::sigemptyset(&stop);
+    ::sigaddset(&stop, SIGTSTP);
+    ::kill(0, SIGTSTP);
+    ::pthread_sigmask(SIG_UNBLOCK, &stop, &before);  // `Signals` blocks it; here it comes
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 }  // namespace
@@ -41,7 +53,7 @@ Terminal::~Terminal() {
 void Terminal::enter() {
     termios raw = m_before;
     ::cfmakeraw(&raw);
-    ::tcsetattr(m_descriptor, TCSAFLUSH, &raw);
+    ::tcsetattr(m_descriptor, TCSADRAIN, &raw);  // what was typed meanwhile counts
     write(std::string(kEnter));
     forget();
 }
@@ -53,7 +65,7 @@ void Terminal::leave() const noexcept {
 
 void Terminal::suspend() {
     leave();
-    ::raise(SIGSTOP);
+    stopJob();
     enter();
 }
 
@@ -74,7 +86,7 @@ void Terminal::show(const std::vector<std::string>& lines) {
     m_shown.resize(lines.size());
     std::string changes;
     for (std::size_t i = 0; i < lines.size(); ++i)
-        if (lines[i] != m_shown[i]) changes += "\x1b[" + std::to_string(i + 1) + ";1H" + lines[i];
+        if (lines[i] != m_shown[i]) changes += "\x1b[" + std::to_string(i + 1) + ";1H\x1b[K" + lines[i];
     m_shown = lines;
     write(changes);
 }

@@ -31,12 +31,14 @@ public:
 
     /// What was typed. Empty once the terminal has gone.
     std::string read() const;
-    /// Shows the lines from the top on; only those that have changed are written.
+    /// Shows the lines from the top on; only those that have changed are written. A character whose width the
+    /// terminal sees otherwise spoils no other line.
     void show(const std::vector<std::string>& lines);
     /// Nothing is known of what is on the screen: the next `show` writes all of it.
     void forget() { m_shown.clear(); }
 
-    /// Gives the terminal back, stops the process until it is continued, and takes the terminal again.
+    /// Gives the terminal back, stops the job until the shell continues it, and takes the terminal again: at
+    /// once where there is no shell to do so.
     void suspend();
     /// Takes the terminal again, after whoever had it meanwhile.
     void enter();

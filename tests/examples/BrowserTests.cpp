@@ -34,7 +34,9 @@ constexpr int kPatience = 60'000;  // milliseconds without a byte, after which a
 /// The program on a pseudo-terminal, its standard output in a file. Killed when it outlives this object.
 class RunningBrowser {
 public:
-    RunningBrowser(const std::string& indexFolder, const std::string& outputFile) {
+    /// `script`: of the shell that calls it, as "$@".
+    RunningBrowser(const std::string& indexFolder, const std::string& outputFile,
+                   const std::string& script = "exec \"$@\"") {
         winsize size{kRows, kColumns, 0, 0};
         int far = -1;
         if (::openpty(&m_terminal, &far, nullptr, nullptr, &size) != 0)
@@ -45,7 +47,8 @@ public:
             ::close(m_terminal);
             ::login_tty(far);
             ::dup2(::open(outputFile.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
-            ::execl(MARL_BROWSER, "browser", "--index-dir", indexFolder.c_str(), nullptr);
+            ::execl("/bin/sh", "sh", "-c", script.c_str(), "sh", MARL_BROWSER, "--index-dir",
+                    indexFolder.c_str(), nullptr);
             ::_exit(127);
         }
         ::close(far);
@@ -95,18 +98,13 @@ public:
         ::waitpid(std::exchange(m_child, -1), &status, 0);
         return status;
     }
-    bool awaitStop() const {
-        int status = 0;
-        return ::waitpid(m_child, &status, WUNTRACED) == m_child && WIFSTOPPED(status);
-    }
-
     /// Whether the terminal is as the program found it.
     bool isTerminalAsBefore() const {
         termios now{};
         ::tcgetattr(m_terminal, &now);
         return now.c_iflag == m_before.c_iflag && now.c_oflag == m_before.c_oflag &&
                now.c_cflag == m_before.c_cflag && now.c_lflag == m_before.c_lflag &&
-               !m_screen.isOtherScreen() && m_screen.isCursorShown();
+               !m_screen.isOtherScreen() && m_screen.isCursorShown() && m_screen.hasWrap();
     }
 
 private:
@@ -231,16 +229,31 @@ TEST_F(BrowserProgram, LeavesTheTerminalAsItWas) {
     }
 }
 
+// The script around it is stopped, too: were it the browser alone, the shell would wait for that script.
 TEST_F(BrowserProgram, GivesTheTerminalBackWhileItIsStopped) {
+    RunningBrowser browser(
+        m_indexes.path(), m_folder.path("out"),
+        "set -m; sh -c '\"$@\"; exit' sh \"$@\"; printf '\\033[1Hstopped' >/dev/tty; read -r line; fg");
+    const auto runs = [&] { return browser.shows(kRows - 1, "type to filter"); };
+    ASSERT_TRUE(runs()) << browser.screen().text();
+    browser.type("\x1a");
+    ASSERT_TRUE(browser.shows(0, "stopped")) << browser.screen().text();
+    EXPECT_TRUE(browser.isTerminalAsBefore());
+    browser.type("\n");
+    ASSERT_TRUE(browser.waitUntil([](const auto& screen) { return screen.isOtherScreen(); }));
+    EXPECT_TRUE(runs() && browser.shows(0, "3 of 3")) << browser.screen().text();
+    browser.type("\r");
+    const int status = browser.await();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_NE(output().find(m_loops.path("Bass/Deep.aif")), std::string::npos) << output();
+}
+
+TEST_F(BrowserProgram, GoesOnWhereNobodyCouldContinueIt) {
     RunningBrowser browser(m_indexes.path(), m_folder.path("out"));
     ASSERT_TRUE(browser.shows(kRows - 1, "type to filter"));
     browser.type("\x1a");
-    ASSERT_TRUE(browser.waitUntil([](const auto& screen) { return !screen.isOtherScreen(); }));
-    ASSERT_TRUE(browser.awaitStop());
-    EXPECT_TRUE(browser.isTerminalAsBefore());
-    browser.sendSignal(SIGCONT);
-    EXPECT_TRUE(browser.waitUntil([](const auto& screen) { return screen.isOtherScreen(); }));
-    EXPECT_TRUE(browser.shows(kRows - 1, "type to filter")) << browser.screen().text();
+    browser.type("boom");
+    EXPECT_TRUE(browser.shows(0, "> boom")) << browser.screen().text();
 }
 
 }  // namespace

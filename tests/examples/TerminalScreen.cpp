@@ -41,6 +41,10 @@ void TerminalScreen::obey(std::string_view parameters, char command) {
         m_column = 0;
     } else if (command == 'J') {
         resize(m_cells.size(), m_cells.at(0).size());
+    } else if (command == 'K') {
+        if (m_row < m_cells.size() && m_column < m_cells[m_row].size())
+            std::fill(m_cells[m_row].begin() + static_cast<std::ptrdiff_t>(m_column), m_cells[m_row].end(),
+                      Cell());
     } else if (text == "0m") {
         m_isReversed = false;
     } else if (text == "7m") {
@@ -49,6 +53,8 @@ void TerminalScreen::obey(std::string_view parameters, char command) {
         m_isOtherScreen = command == 'h';
     } else if (text == "?25h" || text == "?25l") {
         m_isCursorShown = command == 'h';
+    } else if (text == "?7h" || text == "?7l") {
+        m_hasWrap = command == 'h';
     } else if (command == 'm' && text.starts_with('3')) {
         m_hasShownColour = true;
     } else if (text != "1m") {

@@ -29,6 +29,8 @@ public:
 
     bool isOtherScreen() const noexcept { return m_isOtherScreen; }
     bool isCursorShown() const noexcept { return m_isCursorShown; }
+    /// Whether lines that are too long go on in the next row, which is not imitated.
+    bool hasWrap() const noexcept { return m_hasWrap; }
     bool hasShownColour() const noexcept { return m_hasShownColour; }
 
 private:
@@ -47,6 +49,7 @@ private:
     bool m_isReversed = false;
     bool m_isOtherScreen = false;
     bool m_isCursorShown = true;
+    bool m_hasWrap = true;
     bool m_hasShownColour = false;
 };
 
