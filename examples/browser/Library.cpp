@@ -79,17 +79,24 @@ std::string indexFolder(const std::string& option) {
     throw std::runtime_error("where? Neither --index-dir nor MARL_INDEX_DIR nor HOME says");
 }
 
-std::vector<Loop> loadLoops(const std::string& folder) {
+std::vector<Loop> loadLoops(const std::string& folder, const std::function<void(const std::string&)>& tell) {
     marl::MCsetIndexDirectoryWithNSString(folder);
     const marl::CSearchEngineRef engine = marl::CSearchEngine::New();
     engine->loadIndexFiles();
+    for (const marl::PathProblem& problem : engine->getLoadProblems())
+        tell(problem.path + ": " + problem.reason);
     std::vector<std::string> roots;
-    for (int i = 0; i < engine->indexFileCount(); ++i)
-        roots.push_back(engine->getIndexFile(i)->getRootDirectory());
+    for (int i = 0; i < engine->indexFileCount(); ++i) {
+        const marl::CIndexFileRef index = engine->getIndexFile(i);
+        roots.push_back(index->getRootDirectory());
+        if (index->getState() == marl::kIndexIsDamaged)
+            tell(roots.back() + ": its index is damaged: 'marl index' makes it again");
+    }
     if (roots.empty()) throw std::runtime_error(folder + ": no index yet: 'marl index FOLDER' makes one");
     marl::OrganizedSearchResults results;
     engine->search({}, {}, {}, 0, results, false);
     std::vector<Loop> loops;
+    if (results.files().empty()) throw std::runtime_error(folder + ": its indexes have no loops");
     loops.reserve(results.files().size());
     for (const marl::CFileIndexInfo* const record : results.files()) loops.push_back(loopOf(*record, roots));
     return loops;

@@ -5,6 +5,7 @@
 
 #include "LoopList.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,8 @@ namespace browser {
 /// MARL_INDEX_DIR, or the user's own. Throws `std::runtime_error` where none of them says.
 std::string indexFolder(const std::string& option);
 
-/// All loops of the indexes in `folder` that searches look into, in the order of their paths. Throws what
-/// loading them throws, and `std::runtime_error` where there is no index.
-std::vector<Loop> loadLoops(const std::string& folder);
+/// All loops of the indexes in `folder` that searches look into, in the order of their paths; `tell` hears of
+/// indexes that are left out. Throws what loading them throws, and `std::runtime_error` where there are none.
+std::vector<Loop> loadLoops(const std::string& folder, const std::function<void(const std::string&)>& tell);
 
 }  // namespace browser

@@ -25,6 +25,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <poll.h>
 
@@ -151,9 +152,13 @@ Ending runSession(Browser& browser) {
     return Session(browser, signals, isColourWanted()).run();
 }
 
+void tell(const std::string& problem) {
+    std::fprintf(stderr, "browser: %s\n", problem.c_str());
+}
+
 int browse(const Options& options) {
     marl::MarlPreferences::initializeDefaults();
-    Browser browser(browser::loadLoops(browser::indexFolder(options.indexFolder)));
+    Browser browser(browser::loadLoops(browser::indexFolder(options.indexFolder), tell));
     browser.press({Key::Code::kText, options.filter});
     const Ending ending = runSession(browser);
     if (ending.signal != 0) {
@@ -161,8 +166,9 @@ int browse(const Options& options) {
         ::raise(ending.signal);
     }
     if (ending.wish != Wish::kChoose) return EXIT_FAILURE;
-    return std::puts(browser.list().chosen()->path.c_str()) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS
-                                                                                             : EXIT_FAILURE;
+    if (std::puts(browser.list().chosen()->path.c_str()) < 0 || std::fflush(stdout) != 0)
+        throw std::system_error(errno, std::generic_category(), "standard output");
+    return EXIT_SUCCESS;
 }
 
 }  // namespace
@@ -176,7 +182,7 @@ int main(int argc, char** argv) {
     try {
         return browse(options);
     } catch (const std::exception& exception) {
-        std::fprintf(stderr, "browser: %s\n", exception.what());
+        tell(exception.what());
         return EXIT_FAILURE;
     }
 }

@@ -256,4 +256,13 @@ TEST_F(BrowserProgram, GoesOnWhereNobodyCouldContinueIt) {
     EXPECT_TRUE(browser.shows(0, "> boom")) << browser.screen().text();
 }
 
+TEST_F(BrowserProgram, SaysWhichIndexItLeavesOut) {
+    m_indexes.write("Search Index x.txt", support::Bytes().zeros(100));
+    RunningBrowser browser(m_indexes.path(), m_folder.path("out"), "exec \"$@\" 2>&1");
+    ASSERT_TRUE(browser.shows(kRows - 1, "type to filter")) << browser.screen().text();
+    browser.type("\x03");
+    browser.await();
+    EXPECT_NE(output().find("Search Index x.txt: this is not an index file"), std::string::npos) << output();
+}
+
 }  // namespace
