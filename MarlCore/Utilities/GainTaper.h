@@ -10,9 +10,8 @@
 
 // ---- Faders ----
 
-/// The place of a gain of `dB` on a fader whose scale is wide at the top: straight lines through 0 dB at 0,
-/// -24 at -6, -48 at -12 and -72 at -24, and on with three units a decibel below. Above 0 it is the gain
-/// itself.
+/// The place of a gain of `dB` on a fader: 0 dB is at 0, -24 dB at -6, -48 dB at -12, -72 dB at -24; straight
+/// lines lie in between, and below there are three units to a decibel. Above 0 it is the gain itself.
 extern "C" MARLCORE_EXPORT float taperGain(float dB) noexcept;
 
 /// The gain in dB at that place: the inverse of `taperGain`.
