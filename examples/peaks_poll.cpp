@@ -21,7 +21,8 @@
 
 namespace {
 
-/// The samples of a file, streamed at its own rate, for the waveform to be drawn of.
+/// The samples of a file, streamed at its own rate, for the waveform to be drawn of: what a host with audio
+/// sources of its own writes. `marl::AudioSource` is one that is there already, in the format of a project.
 class File : public marl::PeaksAudioSource {
 public:
     explicit File(const char* path) {

@@ -18,6 +18,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <random>
 #include <span>
 #include <stdexcept>
@@ -239,9 +240,12 @@ private:
     bool m_isPlaying = true;
 };
 
+constexpr double kMostMinutes = 1e5;  // their blocks are a number of 32 bits
+constexpr int kWrongUsage = 2;
 constexpr char kUsage[] = "usage: player [--voices N] [--minutes M] [--virtual | --pipe] FILE...";
 
-Options optionsFrom(std::span<char*> arguments) {
+/// Nothing for those that are wrong.
+std::optional<Options> optionsFrom(std::span<char*> arguments) {
     Options options;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
         const std::string argument = arguments[i];
@@ -255,24 +259,29 @@ Options optionsFrom(std::span<char*> arguments) {
         else if (argument == "--minutes" && hasValue)
             options.minutes = std::atof(arguments[++i]);
         else if (argument.starts_with("--"))
-            throw std::runtime_error(kUsage);
+            return std::nullopt;
         else
             options.files.push_back(argument);
     }
-    if (options.files.empty() || !(options.minutes > 0)) throw std::runtime_error(kUsage);
-    if (options.voices < 1) options.voices = static_cast<int>(options.files.size());
-    return options;
+    if (options.voices == 0) options.voices = static_cast<int>(options.files.size());
+    const bool areUsable = options.voices > 0 && options.voices <= marl::CDiskFileData::kPoolSize &&
+                           options.minutes > 0 && options.minutes <= kMostMinutes;
+    return areUsable ? std::optional(options) : std::nullopt;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const auto options = optionsFrom({argv, static_cast<std::size_t>(argc)});
+    if (!options) {
+        std::fprintf(stderr, "%s\n", kUsage);
+        return kWrongUsage;
+    }
     try {
-        const Options options = optionsFrom({argv, static_cast<std::size_t>(argc)});
-        const Result result = Player(options).play();
+        const Result result = Player(*options).play();
         std::fprintf(stderr,
                      "%d voices, %ld blocks (%.1f s), %ld underruns, %ld late blocks, %.1f s of work\n",
-                     options.voices, result.blocks, result.seconds, result.underruns, result.lateBlocks,
+                     options->voices, result.blocks, result.seconds, result.underruns, result.lateBlocks,
                      result.worked);
         return result.underruns == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& exception) {

@@ -8,7 +8,7 @@
 ///
 /// Takes interleaved stereo floats at 44.1 kHz in the host's byte order from standard input, which is the
 /// clock: a block that finds no room on its way to the disk is dropped and counted. (`marl record` can also
-/// wait.) Ctrl-C ends the take in good order.
+/// wait.) Ctrl-C ends the take in good order. A file of that name which is there already is replaced.
 #include <MarlCore/Files/parsing/CLoopDescription.h>
 #include <MarlCore/Files/streaming/CIOWriteThread.h>
 #include <MarlCore/platform/AbsoluteTime.h>
@@ -24,8 +24,8 @@
 #include <cstdlib>
 #include <exception>
 #include <numbers>
+#include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -201,6 +201,7 @@ std::string record(Source& source, const std::string& path) {
            std::to_string(recording.dropped()) + " blocks dropped";
 }
 
+constexpr int kWrongUsage = 2;
 constexpr char kUsage[] = "usage: recorder [--tone HZ [--seconds S]] OUT.aif";
 
 struct Options {
@@ -209,7 +210,8 @@ struct Options {
     std::string path;
 };
 
-Options optionsFrom(std::span<char*> arguments) {
+/// Nothing for those that are wrong.
+std::optional<Options> optionsFrom(std::span<char*> arguments) {
     Options options;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
         const std::string_view argument = arguments[i];
@@ -219,12 +221,11 @@ Options optionsFrom(std::span<char*> arguments) {
         else if (argument == "--seconds" && hasValue)
             options.seconds = std::atof(arguments[++i]);
         else if (argument.starts_with("--") || !options.path.empty())
-            throw std::runtime_error(kUsage);
+            return std::nullopt;
         else
             options.path = argument;
     }
-    if (options.path.empty()) throw std::runtime_error(kUsage);
-    return options;
+    return options.path.empty() ? std::nullopt : std::optional(options);
 }
 
 }  // namespace
@@ -232,12 +233,16 @@ Options optionsFrom(std::span<char*> arguments) {
 int main(int argc, char** argv) {
     std::signal(SIGINT, stop);
     std::signal(SIGTERM, stop);
+    const auto options = optionsFrom({argv, static_cast<std::size_t>(argc)});
+    if (!options) {
+        std::fprintf(stderr, "%s\n", kUsage);
+        return kWrongUsage;
+    }
     try {
-        const Options options = optionsFrom({argv, static_cast<std::size_t>(argc)});
         StandardInput input;
-        Tone tone(options.tone, options.seconds);
-        Source& source = options.tone > 0 ? static_cast<Source&>(tone) : input;
-        std::fprintf(stderr, "%s\n", record(source, options.path).c_str());
+        Tone tone(options->tone, options->seconds);
+        Source& source = options->tone > 0 ? static_cast<Source&>(tone) : input;
+        std::fprintf(stderr, "%s\n", record(source, options->path).c_str());
         return EXIT_SUCCESS;
     } catch (const std::exception& exception) {
         std::fprintf(stderr, "recorder: %s\n", exception.what());
