@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace browser {
@@ -32,9 +33,8 @@ public:
     std::vector<std::string> draw(bool isColoured);
 
 private:
-    std::ptrdiff_t page() const noexcept;
-    void eraseCharacter();
-    void eraseWord();
+    /// Down the list; 0 for a key that does not move.
+    std::ptrdiff_t rowsToMove(Key::Code code) const noexcept;
     void openChosen();
 
     LoopList m_list;

@@ -278,4 +278,18 @@ TEST(Browser, EditsItsFilter) {
     EXPECT_EQ(browser.press({Code::kEscape}), Wish::kQuit);
 }
 
+TEST(Browser, MovesByRowsPagesAndToTheEnds) {
+    browser::Browser browser(std::vector<Loop>(50));
+    browser.resize({24, 80});  // 12 rows of list: a page leaves one of them in sight
+    const struct {
+        Code key;
+        std::size_t row;
+    } steps[] = {{Code::kPageDown, 11}, {Code::kDown, 12}, {Code::kPageUp, 1}, {Code::kEnd, 49},
+                 {Code::kDown, 49},     {Code::kUp, 48},   {Code::kHome, 0},   {Code::kPageUp, 0}};
+    for (const auto& step : steps) {
+        EXPECT_EQ(browser.press({step.key}), browser::Browser::Wish::kGoOn);
+        EXPECT_EQ(browser.list().chosenRow(), step.row) << static_cast<int>(step.key);
+    }
+}
+
 }  // namespace
