@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 /// Every host writes the same index file for the same loops: PortableIndex.md shows it byte for byte.
+#include "IndexFilePlaces.h"
 #include "SearchLibrary.h"
 #include "support/DocumentedFile.h"
 #include "support/EnvironmentVariable.h"
@@ -89,8 +90,7 @@ TEST(PortableIndex, IsTheSameOnEveryHost) {
     engine->index1Directory(loops.path());
 
     const std::string path = engine->getIndexFile(0)->getFullPath()->getStringRef();
-    EXPECT_EQ(difference(bytesOfPage(MARL_SOURCE_DIR "/tests/SearchEngine/PortableIndex.md", "index"),
-                         settled(contentsOf(path), loops.path())),
+    EXPECT_EQ(indexDifference("tests/SearchEngine/PortableIndex.md", settled(contentsOf(path), loops.path())),
               "");
 }
 

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
 #include <sstream>
 
@@ -33,12 +35,40 @@ std::string bytesOfPage(const std::string& pagePath, const std::string& name) {
     return bytes;
 }
 
-std::string difference(const std::string& page, const std::string& file) {
+std::string rowOfPage(const std::string& pagePath, const std::string& heading, std::size_t offset) {
+    std::istringstream page(contentsOf(pagePath));
+    std::string line, found;
+    while (std::getline(page, line) && line != "## " + heading) continue;
+    while (std::getline(page, line) && !line.starts_with('|')) continue;
+    do {
+        std::size_t start;
+        if (std::sscanf(line.c_str(), "| %zu |", &start) == 1 && start <= offset) found = line;
+    } while (std::getline(page, line) && line.starts_with('|'));
+    return found;
+}
+
+namespace {
+
+/// The bytes of the row of a hexdump that holds the one at `offset`.
+std::string hexdumpRow(const std::string& bytes, std::size_t offset) {
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
+    for (const char byte : bytes.substr(std::min(bytes.size(), offset / 16 * 16), 16))
+        text << ' ' << std::setw(2) << int{static_cast<unsigned char>(byte)};
+    return text.str();
+}
+
+}  // namespace
+
+std::string difference(const std::string& page, const std::string& file, const PlaceOf& placeOf) {
+    if (page == file) return "";
     const auto [a, b] = std::mismatch(page.begin(), page.end(), file.begin(), file.end());
-    if (a == page.end() && b == file.end()) return "";
+    const auto offset = static_cast<std::size_t>(a - page.begin());
     std::ostringstream text;
     text << "page of " << page.size() << " and file of " << file.size() << " bytes differ at byte 0x"
-         << std::hex << a - page.begin();
+         << std::hex << offset;
+    if (placeOf) text << ", " << placeOf(offset);
+    text << "\n  page" << hexdumpRow(page, offset) << "\n  file" << hexdumpRow(file, offset);
     return text.str();
 }
 

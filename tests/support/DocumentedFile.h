@@ -3,6 +3,8 @@
 /// Compares files with those that the pages in docs/ show byte for byte.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 
 namespace support {
@@ -14,7 +16,14 @@ std::string contentsOf(const std::string& path);
 /// next offset.
 std::string bytesOfPage(const std::string& pagePath, const std::string& name);
 
+/// What the first table under the line "## `heading`" of the page says of the byte at `offset`: its row with
+/// the greatest first column that is not beyond. Empty when there is none.
+std::string rowOfPage(const std::string& pagePath, const std::string& heading, std::size_t offset);
+
+/// What lies at an offset of a file, for a message.
+using PlaceOf = std::function<std::string(std::size_t offset)>;
+
 /// Where the two differ first, for a message that says more than two long texts; empty when they do not.
-std::string difference(const std::string& page, const std::string& file);
+std::string difference(const std::string& page, const std::string& file, const PlaceOf& placeOf = {});
 
 }  // namespace support
