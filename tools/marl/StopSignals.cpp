@@ -16,20 +16,21 @@ namespace {
 
 // What the signal handler touches.
 std::atomic<int> g_received{0};
-std::atomic<std::time_t> g_receivedAt{0};  // seconds of the steady clock; before: the end of time
+std::atomic<std::int32_t> g_receivedAt{0};  // seconds of the steady clock; before: the end of time
 std::atomic<int> g_descriptor{-1};
 std::atomic<std::atomic<bool>*> g_flag{nullptr};
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::time_t>::is_always_lock_free &&
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::int32_t>::is_always_lock_free &&
                   std::atomic<bool>::is_always_lock_free &&
                   std::atomic<std::atomic<bool>*>::is_always_lock_free,
               "a signal handler uses them");
 
 constexpr unsigned kPatience = 2;  // seconds
 
-std::time_t secondsNow() noexcept {
+/// Counted from the start of the machine, so 32 bits do: every processor has atomics of that width.
+std::int32_t secondsNow() noexcept {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec;
+    return static_cast<std::int32_t>(now.tv_sec);
 }
 
 extern "C" void noteStop(int signal) {
@@ -63,7 +64,7 @@ int newEventDescriptor() {
 
 StopSignals::StopSignals() : m_descriptor(newEventDescriptor()) {
     g_received = 0;
-    g_receivedAt = std::numeric_limits<std::time_t>::max();
+    g_receivedAt = std::numeric_limits<std::int32_t>::max();
     g_descriptor = m_descriptor;
     struct sigaction action {};
     action.sa_handler = interruptWaits;
