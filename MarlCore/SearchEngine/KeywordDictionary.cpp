@@ -17,7 +17,7 @@ constexpr std::string_view kNoDescriptor = "None";
 
 constexpr std::size_t kMostKeyBytes = SearchKey::kSize - 1;
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return std::string(1, '"').append(text).append(1, '"');
 }
 
@@ -90,7 +90,7 @@ void KeywordDictionary::loadInstrumentKeys(const PropertyList& section, const st
                 addKeyword(subType, SearchKeyInfo::kInstrumentSubType, parent, source);
             },
             [&, &name = entry->first] {
-                addProblem(source, "the sub-types of " + quoted(name) + " are no array of strings");
+                addProblem(source, "the sub-types of " + inQuotes(name) + " are no array of strings");
             });
     }
 }
@@ -117,7 +117,7 @@ const SearchKeyInfo* KeywordDictionary::addKeyword(std::string_view text, std::i
                                                    const SearchKey& parent, const std::string& source) {
     const SearchKeyInfo info(SearchKey(text), category, parent);
     if (!fitsKey(text) || !info.key.isValid()) {
-        addProblem(source, quoted(text) + " is no keyword: 1 to " + std::to_string(kMostKeyBytes) +
+        addProblem(source, inQuotes(text) + " is no keyword: 1 to " + std::to_string(kMostKeyBytes) +
                                " bytes, the first of them ASCII");
         return nullptr;
     }
@@ -138,7 +138,7 @@ void KeywordDictionary::load1Translation(const std::string& word, const Property
                                          const std::string& source) {
     if (!fitsKey(word))
         return addProblem(source,
-                          quoted(word) + " is no word: 1 to " + std::to_string(kMostKeyBytes) + " bytes");
+                          inQuotes(word) + " is no word: 1 to " + std::to_string(kMostKeyBytes) + " bytes");
     const PropertyList::Array* const several = keys.asArray();
     if (!several) return addTranslation(word, keys, source);
     for (const PropertyList& key : *several) addTranslation(word, key, source);
@@ -148,7 +148,7 @@ void KeywordDictionary::addTranslation(const std::string& word, const PropertyLi
                                        const std::string& source) {
     const std::string* const text = key.asString();
     const bool isKeyword = text && fitsKey(*text) && matchTag(SearchKey(*text));
-    if (!isKeyword) return addProblem(source, quoted(word) + " is translated to what is no keyword");
+    if (!isKeyword) return addProblem(source, inQuotes(word) + " is translated to what is no keyword");
     m_translations.emplace(SearchKey(word), SearchKey(*text));
 }
 
