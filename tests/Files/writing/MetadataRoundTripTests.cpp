@@ -272,7 +272,7 @@ TEST(MetadataRoundTrip, TakesTheNearestDivisionThatAWAVFileKnows) {
 }
 
 TEST(MetadataRoundTrip, CutsWhatReadersWouldNotTake) {
-    const std::string odd = std::string(15999, 'x') + "é!", longer = std::string(70000, 'y');
+    const std::string odd = std::string(15999, 'x').append("é!"), longer = std::string(70000, 'y');
     for (const WrittenFormat& format : {kAIFF, kWAV}) {
         const std::size_t limit = format.container == Container::kAIFF ? 65536 : 16000;
         const LoopDescriptionRef loop = describe(format);
