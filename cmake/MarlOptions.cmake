@@ -26,3 +26,16 @@ endif()
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+# Most of the time that a source takes to compile goes by before there is anything to optimise. Off where a source
+# that misses an include is to be noticed.
+option(MARL_PRECOMPILED_HEADERS "Parse the headers that most sources include once a target" OFF)
+
+# marl_precompile_headers(TARGET header...): those of the standard library that are worth it, and these.
+function(marl_precompile_headers target)
+  if(MARL_PRECOMPILED_HEADERS)
+    target_precompile_headers(${target} PRIVATE
+      <algorithm> <array> <atomic> <chrono> <cmath> <filesystem> <functional> <map> <memory> <mutex> <optional> <set>
+      <span> <string> <string_view> <vector> ${ARGN})
+  endif()
+endfunction()
