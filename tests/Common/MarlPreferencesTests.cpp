@@ -165,7 +165,7 @@ TEST_F(Preferences, SetTheOpacityOfGhosts) {
 }
 
 TEST_F(Preferences, AreNothingWithoutTheirResource) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process that has registered no defaults yet
+    GTEST_FLAG_SET(death_test_style, MARL_DEATH_TEST_STYLE);  // no defaults are registered yet
     const auto valuesWith = [](const char* resource) {
         const support::TemporaryFolder resources, home;
         resources.write("Default Values.plist", resource);
