@@ -80,10 +80,10 @@ std::vector<float> convert(const std::vector<float>& input, double from, double 
     return fromBytes<float>(fill(*converter, feed, outputSamples * sizeof(float)));
 }
 
-// The fit of a converted second of a tone, over its middle half.
+// The fit of a converted quarter of a second of a tone, over its middle half.
 Fit convertTone(double frequency, double from, double to) {
-    const auto frames = static_cast<std::size_t>(to);
-    const auto output = convert(sine(frequency, from, static_cast<std::size_t>(from)), from, to, frames);
+    const auto frames = static_cast<std::size_t>(to / 4);
+    const auto output = convert(sine(frequency, from, static_cast<std::size_t>(from / 4)), from, to, frames);
     return fitSine(std::span(output).subspan(frames / 4, frames / 2), frequency, to);
 }
 
