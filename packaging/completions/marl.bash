@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Completion of marl for bash. Commands and flags are what `marl --help` lists, keywords what `marl keywords` does,
-# so that this file knows none of them. In any language the keys are offered,
-# which is what `marl search` takes.
+# so that this file knows none of them. In any language the keys are offered, which is what
+# `marl search` takes.
 
 # _marl_listed SECTION [command...]: the first words of that section of a help text.
 _marl_listed() {
@@ -16,14 +16,12 @@ _marl_about_value() {
 }
 
 _marl_values() {  # FLAG
-  local about
-  case $1 in -*) about=$(_marl_about_value "$1") ;; esac
+  local about=
+  [[ $1 =~ ^-[a-z-]+$ ]] && about=$(_marl_about_value "$1")
   [ -n "$about" ] || return 1
   case $1 in
     --format) grep -oE '\b[sf](16|24|32)\b' <<<"$about" | sort -u ;;
     --channels) printf '1\n2\n' ;;
-    --index-dir | --remove) compgen -d -- "$cur" ;;
-    -o | --output) compgen -f -- "$cur" ;;
   esac
 }
 
@@ -45,27 +43,70 @@ _marl_arguments() {
   esac
 }
 
-_marl() {
-  local program=${COMP_WORDS[0]} cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local command=() index_dir=() word i candidates typed
+# What the shell completes itself where there are no candidates: files, folders, or nothing.
+_marl_leave_to_shell() {
+  case $1 in
+    files) ;;
+    folders) compopt +o default -o dirnames -o filenames ;;
+    nothing) compopt +o default ;;
+  esac 2>/dev/null
+}
+
+# A word of the command line as marl gets it: without its quotes, the home folder in place of ~.
+_marl_unquoted() {
+  local word=${1//\\/}
+  case $1 in
+    \"* | \'*) word=${1:1} && word=${word%[\"\']} ;;
+    \~ | \~/*) word=$HOME${word:1} ;;
+  esac
+  printf '%s' "$word"
+}
+
+# What stands before the cursor: command, folder of indexes, last word, and whether a -- ends the flags.
+_marl_read_line() {
+  local word i
   for ((i = 1; i < COMP_CWORD; i++)); do
     word=${COMP_WORDS[i]}
-    if [ "$word" = --index-dir ]; then index_dir=(--index-dir "${COMP_WORDS[i + 1]}"); fi
+    case $word in
+      =) continue ;;  # bash makes three words of --flag=value
+      --) flags_end=yes ;;
+    esac
+    [ "$previous" = --index-dir ] && index_dir=(--index-dir "$(_marl_unquoted "$word")")
     if [[ $word != -* && ${#command[@]} -lt 2 ]] &&
       _marl_listed Subcommands "${command[@]}" | grep -qxF -- "$word"; then
       command+=("$word")
     fi
+    previous=$word
   done
-  COMPREPLY=()
-  if ! candidates=$(_marl_values "$previous"); then
-    case $cur in
-      -*) candidates=$(_marl_listed Options "${command[@]}") ;;
-      *) candidates=$(_marl_arguments) ;;
+}
+
+_marl_find() {
+  if [ -z "$flags_end" ] && candidates=$(_marl_values "$previous"); then
+    case $previous in
+      --index-dir | --remove) _marl_leave_to_shell folders ;;
+      -o) _marl_leave_to_shell files ;;
+      *) _marl_leave_to_shell nothing ;;
+    esac
+  elif [[ -z $flags_end && $cur == -* ]]; then
+    candidates=$(_marl_listed Options "${command[@]}")
+    _marl_leave_to_shell nothing
+  else
+    candidates=$(_marl_arguments)
+    case ${command[*]} in
+      '' | hardware | keywords | prefs* | search) _marl_leave_to_shell nothing ;;
     esac
   fi
+}
+
+_marl() {
+  local cur=${COMP_WORDS[COMP_CWORD]#=} program previous='' flags_end='' command=() index_dir=() candidates typed word
+  program=$(_marl_unquoted "${COMP_WORDS[0]}")
+  _marl_read_line
+  _marl_find
   # What is typed may be quoted already; keys match in either case.
   typed=${cur#[\"\']}
   typed=${typed//\\/}
+  COMPREPLY=()
   while IFS= read -r word; do
     [[ -n $word && ${word,,} == "${typed,,}"* ]] || continue
     [ "$cur" = "${cur#[\"\']}" ] && printf -v word %q "$word"

@@ -13,24 +13,34 @@ trap 'rm -rf "$work"' EXIT
 unset LC_ALL LC_MESSAGES
 export LANG=de_DE.UTF-8
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
-marl index --index-dir "$work/indexes" "$3" >/dev/null
+marl index --index-dir "$work/the indexes" "$3" >/dev/null
+ln -s "$prefix/bin/marl" "$work/marl"
 mkdir "$work/here"  # empty: no files to complete
 cd "$work/here"
 
-# complete_in_SHELL word...: what completes the last word.
+# complete_in_SHELL program word...: what completes the last word. Words are as typed, quotes and all.
 complete_in_bash() {
-  bash --norc -c '. "$0"
-    COMP_WORDS=(marl "$@") COMP_CWORD=$#
+  local words=() word
+  for word in "$@"; do  # what is joined by = are words of their own there
+    case $word in
+      --*=) words+=("${word%=}" =) ;;
+      --*=*) words+=("${word%%=*}" = "${word#*=}") ;;
+      *) words+=("$word") ;;
+    esac
+  done
+  bash --norc -u -c '. "$0"
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
     _marl
-    printf "%s\n" "${COMPREPLY[@]}"' "$prefix/share/bash-completion/completions/marl" "$@" | sed 's/\\//g'
+    printf "%s\n" "${COMPREPLY[@]}"' "$prefix/share/bash-completion/completions/marl" "${words[@]}" | sed 's/\\//g'
 }
 
 # zsh completes inside its line editor only, so its own builtins have stand-ins here.
 complete_in_zsh() {
   zsh -f -c '
-    words=(marl "$@")
+    words=("$@")
     CURRENT=$#words
     _files() {}
+    compset() {}
     compadd() {
       while [[ $1 == -* ]]; do
         case $1 in
@@ -41,28 +51,24 @@ complete_in_zsh() {
       done
       printf "%s\n" "$@"
     }
-    source $0' "$(find "$prefix" -name _marl)" "$@" | grep -i -e "^${*: -1}" || true
+    source $0' "$(find "$prefix" -name _marl)" "$@" | grep -i -e "^$(sed 's/^--.*=//; s/\\//g' <<<"${*: -1}")" || true
 }
 
 complete_in_fish() {
-  local word line=marl
-  for word in "$@"; do
-    line+=" $(printf %q "$word")"
-  done
-  [ -n "$word" ] || line=${line%"''"}
-  fish --no-config -c 'source $argv[1]; complete -C $argv[2]' \
-    "$prefix/share/fish/vendor_completions.d/marl.fish" "$line" | cut -f 1
+  fish --no-config -c 'source $argv[1]; complete -C "$argv[2..]"' \
+    "$prefix/share/fish/vendor_completions.d/marl.fish" "$@" | cut -f 1 | sed 's/^--.*=//'
 }
 
 sorted() { sed "/^$/d" | sort; }
 
 failures=0
+program=marl
 # completes EXPECTED word...
 completes() {
   local expected=$1
   shift
-  if ! diff -u --label expected --label "marl $*" \
-    <(sorted <<<"$expected") <("complete_in_$shell" "$@" | sorted); then
+  if ! diff -u --label expected --label "$program $*" \
+    <(sorted <<<"$expected") <("complete_in_$shell" "$program" "$@" | sorted); then
     failures=$((failures + 1))
   fi
 }
@@ -76,13 +82,18 @@ while read -r command; do
 done < <(commands)
 completes search sea
 completes $'--key\n--key-type' search --key
-completes $'Drum Kit\nDry' search --index-dir "$work/indexes" dr
-completes "$(LC_ALL=C.UTF-8 marl keywords --index-dir "$work/indexes" | sed -n 's/^ *[0-9]* *\([A-Z]\)/\1/p')" \
-  search --index-dir "$work/indexes" Funk ''
+completes $'Drum Kit\nDry' search --index-dir "'$work/the indexes'" dr
+completes $'Drum Kit\nDry' search "--index-dir=$work/the\\ indexes" dr
+completes $'Drum Kit\nDry' search --index-dir '~/the\ indexes' dr
+program='~/marl' completes search sea
+completes "$(LC_ALL=C.UTF-8 marl keywords --index-dir "$work/the indexes" | sed -n 's/^ *[0-9]* *\([A-Z]\)/\1/p')" \
+  search --index-dir "$work/the\\ indexes" Funk ''
+completes '' search -- --key
 completes $'f32\ns16\ns24' convert --format ''
 completes $'s16\ns24' record --format ''
+completes s16 convert --format=s1
 completes $'1\n2' stream --channels ''
-completes 'Default Tempo' prefs get 'Default Te'
-completes '' prefs get 'Default Tempo' ''
+completes 'Default Tempo' prefs get 'Default\ Te'
+completes '' prefs get '"Default Tempo"' ''
 completes '' stream --rate ''
 [ "$failures" -eq 0 ]
