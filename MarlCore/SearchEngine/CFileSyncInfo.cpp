@@ -30,11 +30,11 @@ CFileSyncInfo::CFileSyncInfo(const char* fileName) {
     m_fileName.assign(fileName, std::min(length, kSize - 1));
 }
 
-CFileSyncInfo::CFileSyncInfo(const char* fileName, const struct stat& status) : CFileSyncInfo(fileName) {
-    m_isFile = S_ISREG(status.st_mode);
-    m_modificationTime = status.st_mtim.tv_sec;
-    m_device = status.st_dev;
-    m_number = status.st_ino;
+CFileSyncInfo::CFileSyncInfo(const char* fileName, const FileStatus& status) : CFileSyncInfo(fileName) {
+    m_isFile = status.isFile;
+    m_modificationTime = status.modificationTime;
+    m_device = status.device;
+    m_number = status.number;
 }
 
 namespace {
@@ -54,6 +54,10 @@ struct Name {
     bool isLink;
     Item item = {};  // unless it is a link
 };
+
+FileStatus fileStatus(const struct stat& status) noexcept {
+    return {S_ISREG(status.st_mode), status.st_mtim.tv_sec, status.st_dev, status.st_ino};
+}
 
 Item itemOf(int folder, const char* path) {
     Item item;
@@ -169,7 +173,7 @@ private:
 
     void addFile(const std::string& path, const struct stat& status, bool isLink) {
         try {
-            const CFileSyncInfo file(path.c_str(), status);
+            const CFileSyncInfo file(path.c_str(), fileStatus(status));
             if (!file.validFile())
                 m_report.refusedFiles.push_back({path, "the path is too long"});
             else if (isNewIdentity(file, isLink) || !isLink)

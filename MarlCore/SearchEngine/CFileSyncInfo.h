@@ -11,11 +11,19 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-struct stat;
-
 namespace marl {
+
+/// What stat says of a file, in types that are the same for every host: a `struct stat` depends on what a host
+/// defines (_FILE_OFFSET_BITS, _TIME_BITS).
+struct FileStatus {
+    bool isFile;                    ///< a regular one
+    std::int64_t modificationTime;  ///< seconds since 1970 (UTC)
+    std::uint64_t device;
+    std::uint64_t number;  ///< of the file on its device
+};
 
 /// One audio file on disk.
 class MARLCORE_EXPORT CFileSyncInfo {
@@ -26,7 +34,7 @@ public:
     /// Throw `CNullPointerException` for a null name, and `CParamException` for one of more than 1024 bytes.
     /// One of exactly 1024 bytes passes and is cut to 1023; such an entry is not valid.
     explicit CFileSyncInfo(const char* fileName);
-    CFileSyncInfo(const char* fileName, const struct stat& status);
+    CFileSyncInfo(const char* fileName, const FileStatus& status);
     virtual ~CFileSyncInfo() = default;
 
     /// Whether the name is whole and belongs to a file.
