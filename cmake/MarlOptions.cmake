@@ -19,7 +19,8 @@ if(MARL_WARNINGS_AS_ERRORS)
   target_compile_options(marl_options INTERFACE -Werror)
 endif()
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+# A host that has this tree in its own chooses for itself.
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
 endif()
 
