@@ -205,9 +205,15 @@ constexpr int kWrongUsage = 2;
 constexpr char kUsage[] = "usage: recorder [--tone HZ [--seconds S]] OUT.aif";
 
 struct Options {
-    double tone = 0;  // Hz; 0: standard input
+    std::optional<double> tone;  // Hz; nothing: standard input
     double seconds = 2;
     std::string path;
+
+    bool areRight() const {
+        constexpr double kMostSeconds = 1e5;  // fewer frames than 32 bits count
+        const bool isTone = !tone || (*tone > 0 && *tone < kRate / 2);
+        return isTone && seconds > 0 && seconds <= kMostSeconds && !path.empty();
+    }
 };
 
 /// Nothing for those that are wrong.
@@ -225,7 +231,7 @@ std::optional<Options> optionsFrom(std::span<char*> arguments) {
         else
             options.path = argument;
     }
-    return options.path.empty() ? std::nullopt : std::optional(options);
+    return options.areRight() ? std::optional(options) : std::nullopt;
 }
 
 }  // namespace
@@ -240,8 +246,8 @@ int main(int argc, char** argv) {
     }
     try {
         StandardInput input;
-        Tone tone(options->tone, options->seconds);
-        Source& source = options->tone > 0 ? static_cast<Source&>(tone) : input;
+        Tone tone(options->tone.value_or(0), options->seconds);
+        Source& source = options->tone ? static_cast<Source&>(tone) : input;
         std::fprintf(stderr, "%s\n", record(source, options->path).c_str());
         return EXIT_SUCCESS;
     } catch (const std::exception& exception) {
