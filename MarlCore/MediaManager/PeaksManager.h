@@ -83,8 +83,9 @@ public:
     static std::uint32_t peaksTableInterval();
 
     /// Peaks of the frames `from` to `to` in `size` columns (0: none): from the samples up to one interval a
-    /// column, from the table beyond, where a column without entries is (0, 0). Null while there is no table.
-    /// A source that has changed its length since gets a new table, and so does a changed interval.
+    /// column, from the table beyond, where a column without entries is (0, 0). Null while there is no table,
+    /// and where the source has not the channels: one, or two for stereo. A source that has changed its
+    /// length since gets a new table, and so does a changed interval.
     CPeaksBufferRef getPeaksFromFrame(std::uint32_t from, std::uint32_t to, int size, bool isPlaying);
     CStereoPeaksBufferRef getStereoPeaksFromFrame(std::uint32_t from, std::uint32_t to, int size,
                                                   bool isPlaying);

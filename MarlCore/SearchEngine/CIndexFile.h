@@ -118,7 +118,8 @@ public:
     /// Finds the files that carry all `keys`, or every file when there are none, and that pass the filters,
     /// and adds them to `results`; returns their number. `nameFilter` may be null or empty: every name; of
     /// one character: names that begin with it; otherwise paths in which it occurs, without regard to the
-    /// case of A to Z. `projectKey`: a MIDI note number, 0 for none. Holds the mutex under mutex control.
+    /// case of A to Z. `projectKey`: a MIDI note number, 0 for none. `organize`: sorts the results, see
+    /// `OrganizedSearchResults`. Holds the mutex under mutex control.
     int search(std::span<const SearchKey> keys, const SearchFilters& filters,
                const halyard::CStringRef& nameFilter, int projectKey, OrganizedSearchResults& results,
                bool organize);
