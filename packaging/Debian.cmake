@@ -49,9 +49,9 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "library for loop-based music software
-MarlCore opens AIFF and WAV loops with their musical metadata, converts and
-streams their samples, records, and indexes and searches large collections
-of loops.
+MarlCore opens AIFF and WAV loops and QuickTime movies with their musical
+metadata, converts and streams their samples, records, draws waveforms, and
+indexes and searches large collections of loops.
 .
 This package contains the shared library.")
 
@@ -59,9 +59,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${marl_deb_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${marl_deb_library} (= ${marl_debian_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "library for loop-based music software (development files)
-MarlCore opens AIFF and WAV loops with their musical metadata, converts and
-streams their samples, records, and indexes and searches large collections
-of loops.
+MarlCore opens AIFF and WAV loops and QuickTime movies with their musical
+metadata, converts and streams their samples, records, draws waveforms, and
+indexes and searches large collections of loops.
 .
 This package contains headers, static library, files for CMake and pkg-config,
 and examples.")
@@ -70,8 +70,8 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${marl_deb_program})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${marl_deb_library} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "browse, convert, index and search loop files
-marl reads AIFF and WAV loops with tempo, key, meter, instrument and genre,
-converts, streams and records them, and finds the right loop among many
-thousands in milliseconds.")
+marl reads AIFF and WAV loops and QuickTime movies with tempo, key, meter,
+instrument and genre, converts, streams, draws and records them, and finds
+the right loop among many thousands.")
 
 include(CPack)

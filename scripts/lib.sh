@@ -3,7 +3,7 @@
 
 # Packages to build the program; and those that its tests, benchmarks and fuzzers need beside them.
 build_packages="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libpng-dev"
-test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format zsh fish groff-base doxygen"
+test_packages="libgtest-dev libbenchmark-dev libsndfile1-dev libsoxr-dev libsamplerate0-dev libsqlite3-dev ffmpeg clang clang-format make zsh fish groff-base doxygen"
 
 # What packages are made, checked and tried with.
 package_packages="dpkg-dev lintian debootstrap"
@@ -20,7 +20,10 @@ install_missing() {
   [ ${#missing[@]} -eq 0 ] && return
   echo "installing: ${missing[*]}" >&2
   local as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo 'install these as root, or sudo' >&2; exit 1; }
+    as_root=(sudo)
+  fi
   "${as_root[@]}" apt-get update -qq
   DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }

@@ -19,7 +19,7 @@ cmake --build "$work/examples" --parallel "$(nproc)" >/dev/null
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name marlcore.pc)")
 export PKG_CONFIG_PATH
 [ "$(pkg-config --modversion marlcore)" = "$("$prefix/bin/marl" --version | cut -d' ' -f2)" ]
-read -ra flags <<<"$(pkg-config --cflags --libs marlcore)"
+eval "flags=($(pkg-config --cflags --libs marlcore))"  # which quotes blanks
 c++ -std=c++20 "$host/host.cpp" "${flags[@]}" -Wl,-rpath,"$(pkg-config --variable=libdir marlcore)" -o "$work/pkg-config"
 
 check() {  # PROGRAM RESOURCE
