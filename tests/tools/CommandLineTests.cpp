@@ -85,7 +85,9 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
         Arguments arguments;
         std::string named;  // in the first line of the message
     } kRows[] = {{{}, "which command?"},
-                 {{"frobnicate"}, "frobnicate"},
+                 {{"frobnicate"}, "there is no command 'frobnicate'\n"},
+                 {{"serach"}, "there is no command 'serach'; did you mean 'search'?\n"},
+                 {{"pref"}, "there is no command 'pref'; did you mean 'prefs'?\n"},
                  {{"info"}, "FILE"},
                  {{"info", "--jsn", "in.wav"}, "--jsn"},
                  {{"convert", "in.wav"}, "OUT"},

@@ -3,10 +3,12 @@
 /// Which command, and what to say when there is none.
 #include "marl/CommandLine.h"
 
+#include "marl/NearKeys.h"
 #include "marl/Output.h"
 #include "marl/TerminalText.h"
 
 #include <iostream>
+#include <vector>
 
 namespace marl::tool {
 namespace {
@@ -27,12 +29,18 @@ constexpr char kExamples[] =
     "\n"
     "'marl COMMAND --help' has the options of a command.";
 
+std::string unknownCommand(const CLI::App& app, const std::string& name) {
+    std::vector<std::string> commands;
+    for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; }))
+        commands.push_back(command->get_name());
+    return "there is no command '" + name + "'" + didYouMean(nearTexts(name, commands), "");
+}
+
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     const auto chosen = app->get_subcommands();
     const auto extras = app->remaining();
     std::string reason = error.what();
-    if (chosen.empty())
-        reason = extras.empty() ? "which command?" : "there is no command '" + extras[0] + "'";
+    if (chosen.empty()) reason = extras.empty() ? "which command?" : unknownCommand(*app, extras[0]);
     const std::string command = chosen.empty() ? "marl" : "marl " + chosen[0]->get_name();
     return "marl: " + terminalText(reason) + "\nTry '" + command + " --help'.\n";
 }
