@@ -128,7 +128,8 @@ void addSearch(CLI::App& app, SearchOptions& options, Command& command) {
                      "Instrument, genre or descriptor as 'marl keywords' lists\n"
                      "them, or a word for it (hihat, gtr); a number from 20 to\n"
                      "400 that is no key: beats a minute, half a beat more or\n"
-                     "less. Loops have all of them")
+                     "less; two of them, as in 90-130: from one to the other.\n"
+                     "Loops have all of them")
         ->type_name("")
         ->check(wrongWithKey);
     search->callback([&] { command = [&] { return runSearch(options, std::cout, std::cerr); }; });

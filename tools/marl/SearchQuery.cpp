@@ -85,7 +85,9 @@ std::optional<double> tempoOf(const CFileIndexInfo& record) {
 
 SearchQuery::SearchQuery(CSearchEngine& engine, std::span<const std::string> words, std::ostream& err) {
     for (const std::string& word : words) {
-        if (takeKey(engine, word) || takeKeywords(engine, word, err) || takeTempo(word, err)) continue;
+        if (takeKey(engine, word) || takeKeywords(engine, word, err) || takeTempo(word, err) ||
+            takeTempoRange(word, err))
+            continue;
         reportUnknown(engine, word, err);
         m_isVain = true;
     }
@@ -116,10 +118,22 @@ bool SearchQuery::takeKeywords(CSearchEngine& engine, const std::string& word, s
 }
 
 bool SearchQuery::takeTempo(const std::string& word, std::ostream& err) {
+    constexpr double kTolerance = 0.5;
     const auto tempo = tempoIn(word);
     if (!tempo) return false;
     reportError(err, word, formatted("searched as a tempo of %g beats a minute", *tempo));
-    m_tempos.push_back(*tempo);
+    m_tempos.push_back({*tempo, *tempo, kTolerance});
+    return true;
+}
+
+bool SearchQuery::takeTempoRange(const std::string& word, std::ostream& err) {
+    const std::size_t hyphen = word.find('-');
+    if (hyphen == std::string::npos) return false;
+    const auto lowest = tempoIn(std::string_view(word).substr(0, hyphen));
+    const auto highest = tempoIn(std::string_view(word).substr(hyphen + 1));
+    if (!lowest || !highest || *lowest > *highest) return false;
+    reportError(err, word, formatted("searched as tempos from %g to %g beats a minute", *lowest, *highest));
+    m_tempos.push_back({*lowest, *highest, 0});
     return true;
 }
 
@@ -147,14 +161,18 @@ std::vector<SearchQuery::Keys> SearchQuery::lookUps() const {
 }
 
 bool SearchQuery::admits(const CFileIndexInfo& record) const {
-    constexpr double kTempoTolerance = 0.5;
     const auto carries = [&](const SearchKey& key) { return record.carries(key); };
-    const auto tempo = tempoOf(record);
     return std::ranges::all_of(m_anyOf,
                                [&](const Keys& keys) { return std::ranges::any_of(keys, carries); }) &&
-           std::ranges::all_of(m_tempos, [&](double wanted) {
-               return tempo && std::abs(*tempo - wanted) <= kTempoTolerance;
-           });
+           admitsTempoOf(record);
+}
+
+bool SearchQuery::admitsTempoOf(const CFileIndexInfo& record) const {
+    const auto tempo = tempoOf(record);
+    return std::ranges::all_of(m_tempos, [&](const Tempos& wanted) {
+        return tempo &&
+               std::abs(*tempo - std::clamp(*tempo, wanted.lowest, wanted.highest)) <= wanted.tolerance;
+    });
 }
 
 }  // namespace marl::tool

@@ -17,7 +17,8 @@ namespace marl::tool {
 /// - a key that loops have: itself;
 /// - a word of the keyword dictionary: those of its keywords that loops have, as "bass" is Bass Guitar or
 ///   Synth Bass;
-/// - a number from 20 to 400: a tempo in beats a minute, from which loops may be half a beat off.
+/// - a number from 20 to 400: a tempo in beats a minute, from which loops may be half a beat off;
+/// - two of them with a hyphen between, the higher one last: tempos from the one to the other.
 /// No loop has any other word.
 class SearchQuery {
 public:
@@ -32,15 +33,22 @@ public:
 private:
     using Keys = std::vector<SearchKey>;
 
+    struct Tempos {
+        double lowest, highest;  // beats a minute
+        double tolerance;        // beyond both
+    };
+
     bool takeKey(CSearchEngine& engine, const std::string& word);
     bool takeKeywords(CSearchEngine& engine, const std::string& word, std::ostream& err);
     bool takeTempo(const std::string& word, std::ostream& err);
+    bool takeTempoRange(const std::string& word, std::ostream& err);
     std::vector<Keys> lookUps() const;
+    bool admitsTempoOf(const CFileIndexInfo& record) const;
     bool admits(const CFileIndexInfo& record) const;
 
     Keys m_keys;                // all of them
     std::vector<Keys> m_anyOf;  // of each of these at least one
-    std::vector<double> m_tempos;
+    std::vector<Tempos> m_tempos;
     bool m_isVain = false;  // no loop has one of the words
 };
 
