@@ -125,9 +125,14 @@ TEST(CommandLine, WrongUsageIsStatus2AndDoesNothing) {
                  {{"search", "--time-signature", ""}, "--time-signature"},
                  {{"search", "--tolerance", "1"}, "--tolerance"},
                  {{"search", "--key", "0"}, "--key"},
-                 {{"search", "--key", "128"}, "--key"},
+                 {{"search", "--key", "128"}, "'128' is no root note: a name such as F# or Bb, or"},
+                 {{"search", "--key", "none"}, "'none' is no root note"},
+                 {{"search", "--key", ""}, "'' is no root note"},
                  {{"search", "--key", "60", "--tolerance", "-1"}, "--tolerance"},
-                 {{"search", "--key-type", "0"}, "--key-type"},
+                 {{"search", "--key-type", "0"}, "'0' is no type of scale: minor, major or 1 to 32767\n"},
+                 {{"search", "--key-type", "32768"}, "'32768' is no type of scale"},
+                 {{"search", "--key-type", "minority"}, "'minority' is no type of scale"},
+                 {{"search", "--key-type", ""}, "'' is no type of scale"},
                  {{"search", "--limit", "-1"}, "--limit: '-1' is not a number of loops: 0 or more\n"},
                  {{"search", "--limit", "abc"}, "--limit: 'abc' is not a number of loops: 0 or more\n"},
                  {{"search", "Bass", ""}, "KEY: '' is no key\n"},
@@ -227,6 +232,41 @@ TEST(CommandLine, AFailedWriteLeavesTheOldFileAndNothingElse) {
             std::filesystem::remove(folder.path(output));
             EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
         }
+    }
+}
+
+TEST(CommandLine, TakesKeysByNameAndByNumber) {
+    const TemporaryFolder folder;
+    const auto addLoop = [&](const std::string& name, int rootNote, int scaleType) {
+        support::AIFFContents contents;
+        contents.basicTagging = support::BasicTagging{.rootNote = rootNote, .scaleType = scaleType};
+        folder.write(name, support::aiffFile(contents));
+    };
+    addLoop("low.aif", 43, 1);
+    addLoop("high.aif", 67, 2);
+    addLoop("other.aif", 70, 1);
+    ASSERT_EQ(runMarl({"index", "--index-dir", ".indexes", "."}, {.folder = folder.path()}).status, 0);
+    const struct {
+        Arguments filters;
+        std::vector<std::string> names;
+    } kRows[] = {{{"--key", "67"}, {"high"}},
+                 {{"--key", "G"}, {"high", "low"}},
+                 {{"--key", "a#"}, {"other"}},
+                 {{"--key", "A", "--tolerance", "1"}, {"other"}},
+                 {{"--key-type", "1"}, {"low", "other"}},
+                 {{"--key-type", "minor"}, {"low", "other"}},
+                 {{"--key-type", "Major"}, {"high"}},
+                 {{"--key", "G", "--key-type", "minor"}, {"low"}}};
+    for (const auto& row : kRows) {
+        Arguments arguments{"search", "--index-dir", ".indexes"};
+        arguments.insert(arguments.end(), row.filters.begin(), row.filters.end());
+        SCOPED_TRACE(joined(arguments));
+        const Outcome outcome = runMarl(arguments, {.folder = folder.path()});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        std::vector<std::string> names;
+        for (const std::string name : {"high", "low", "other"})
+            if (outcome.out.find("/" + name + ".aif\n") != std::string::npos) names.push_back(name);
+        EXPECT_EQ(names, row.names) << outcome.out;
     }
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <tools/marl/Index.h>
+#include <tools/marl/InfoJSON.h>
 #include <tools/marl/NearKeys.h>
 #include <tools/marl/Output.h>
 #include <tools/marl/Search.h>
@@ -250,11 +251,51 @@ TEST_F(Search, TakesWordsAsAMusicianMeansThem) {
     EXPECT_EQ(limited["keys"]["House"], 2);
 }
 
+TEST_F(Search, FindsRootNotesInEveryOctave) {
+    add({"b59.aif", {.rootNote = 59, .scaleType = 1}});
+    add({"c1.aif", {.rootNote = 12}});
+    add({"f#66.aif", {.rootNote = 66}});
+    add({"g127.aif", {.rootNote = 127}});
+    add({"g7.aif", {.rootNote = 7}, {.genre = "Xg"}});
+    add({"hit.aif", {.rootNote = 62, .fileType = 2}});
+    add({"none.aif", {.rootNote = -1}, {.genre = "Xg"}});
+    index();
+    const struct {
+        int pitchClass, tolerance;
+        Names names;
+    } kRows[] = {{7, 0, {"g127.aif", "g7.aif", "hit.aif", "none.aif"}},
+                 {7, 1, {"f#66.aif", "g127.aif", "g7.aif", "hit.aif", "none.aif"}},
+                 {11, 0, {"b59.aif", "hit.aif", "none.aif"}},
+                 {11, 1, {"b59.aif", "c1.aif", "hit.aif", "none.aif"}},
+                 {0, 1, {"b59.aif", "c1.aif", "hit.aif", "none.aif"}},
+                 {1, 4, {"b59.aif", "c1.aif", "hit.aif", "none.aif"}},
+                 {1, 5, {"b59.aif", "c1.aif", "f#66.aif", "hit.aif", "none.aif"}},
+                 {1, 127, names({})}};
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(testing::Message() << row.pitchClass << " +- " << row.tolerance);
+        EXPECT_EQ(names({.filters = {.keyTolerance = row.tolerance}, .pitchClass = row.pitchClass}),
+                  row.names);
+    }
+    EXPECT_EQ(names({.pitchClass = 7, .keys = {"Xg"}}), (Names{"g7.aif", "none.aif"}));
+    EXPECT_EQ(found({.pitchClass = 7, .limit = 1})["count"], 4);
+}
+
 TEST_F(Search, NeedsAnIndex) {
     const Outcome outcome = search({});
     EXPECT_EQ(outcome.status, kFailed);
     EXPECT_EQ(outcome.err, "marl: " + m_indexes.path() + ": no index yet: 'marl index FOLDER' makes one\n");
     EXPECT_EQ(outcome.out, "");
+}
+
+TEST(NoteNames, AreReadAsTheyArePrinted) {
+    for (int note = 1; note <= 127; ++note) EXPECT_EQ(pitchClassNamed(noteName(note)), note % 12) << note;
+    const struct {
+        const char* name;
+        std::optional<int> pitchClass;
+    } kRows[] = {{"g", 7},  {"Gb", 6},  {"b", 11},  {"bb", 10},  {"Bb", 10}, {"cb", 11}, {"B#", 0},
+                 {"E#", 5}, {"Fb", 4},  {"", {}},   {"-", {}},   {"H", {}},  {"h", {}},  {".", {}},
+                 {"#", {}}, {"G4", {}}, {"BB", {}}, {"G##", {}}, {"Gm", {}}};
+    for (const auto& row : kRows) EXPECT_EQ(pitchClassNamed(row.name), row.pitchClass) << row.name;
 }
 
 TEST(NearKeys, CountTheLettersThatDiffer) {

@@ -109,6 +109,19 @@ std::string noteName(int rootNote) {
     return kNames[static_cast<std::size_t>(rootNote) % kNames.size()];
 }
 
+std::optional<int> pitchClassNamed(std::string_view name) {
+    constexpr std::string_view kLetters = "C.D.EF.G.A.B";  // each at its pitch class
+    if (name.empty() || name.size() > 2) return std::nullopt;
+    const bool isSmall = name[0] >= 'a' && name[0] <= 'g';
+    const std::size_t place = kLetters.find(isSmall ? static_cast<char>(name[0] - 'a' + 'A') : name[0]);
+    if (name[0] == '.' || place == std::string_view::npos) return std::nullopt;
+    const auto pitchClass = static_cast<int>(place);
+    if (name.size() == 1) return pitchClass;
+    if (name[1] == '#') return (pitchClass + 1) % 12;
+    if (name[1] == 'b') return (pitchClass + 11) % 12;
+    return std::nullopt;
+}
+
 std::string keywordText(const tagging::Keyword& keyword) {
     return keywordText(keyword.view());
 }

@@ -27,6 +27,9 @@ std::string containerOf(const LoopFile& loop);
 /// A MIDI note number as a note without its octave, about whose number programs disagree; "-" for none.
 std::string noteName(int rootNote);
 
+/// The other way: 0 (C) to 11 (B) for a letter from A to G of either case, with # or b behind it or not.
+std::optional<int> pitchClassNamed(std::string_view name);
+
 /// The keyword's text; bytes that are no UTF-8 are taken as Mac Roman, as in the text chunks of the format.
 std::string keywordText(const tagging::Keyword& keyword);
 std::string keywordText(std::string_view bytes);

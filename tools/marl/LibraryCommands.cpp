@@ -3,6 +3,7 @@
 /// Arguments of the subcommands that work with folders and indexes.
 #include "marl/CommandLine.h"
 
+#include "marl/InfoJSON.h"
 #include "marl/StopSignals.h"
 
 #include <algorithm>
@@ -80,6 +81,27 @@ std::string wrongWithMeter(const std::string& text, tagging::TimeSignature& mete
     return "'" + text + "' is not a time signature such as 4/4";
 }
 
+/// Reads a root note: that of a name such as "F#" in any octave, or a MIDI note number.
+std::string wrongWithRootNote(const std::string& text, SearchOptions& options) {
+    constexpr int kHighest = 127;
+    options.pitchClass = pitchClassNamed(text);
+    if (options.pitchClass) return "";
+    if (CLI::detail::lexical_cast(text, options.key) && options.key >= 1 && options.key <= kHighest)
+        return "";
+    return "'" + text + "' is no root note: a name such as F# or Bb, or MIDI 1 to 127";
+}
+
+/// Reads a type of scales: its number, or its name in any case.
+std::string wrongWithKeyType(const std::string& text, std::int16_t& keyType) {
+    const auto name = std::ranges::find(kScaleNames, CLI::detail::to_lower(text));
+    if (name != kScaleNames.end()) {
+        keyType = static_cast<std::int16_t>(name - kScaleNames.begin() + 1);
+        return "";
+    }
+    if (CLI::detail::lexical_cast(text, keyType) && keyType >= 1) return "";
+    return "'" + text + "' is no type of scale: minor, major or 1 to 32767";
+}
+
 /// The library's own check names a range of 300 digits.
 std::string wrongWithCount(const std::string& text) {
     std::size_t count = 0;
@@ -99,20 +121,26 @@ void addFilters(CLI::App* search, SearchOptions& options) {
             "--time-signature", [](const std::string&) {}, "Such as 4/4 or 7/8")
         ->type_name("N/D")
         ->check([&](const std::string& text) { return wrongWithMeter(text, options.filters.timeSignature); });
-    CLI::Option* const key =
-        search->add_option("--key", options.key, "Root note (MIDI 1 to 127), or none")->type_name("N");
-    key->check(CLI::Range(1, 127).description(""));
+    CLI::Option* const key = search
+                                 ->add_option_function<std::string>(
+                                     "--key", [](const std::string&) {},
+                                     "Root note: a name such as G, F# or Bb, in any octave, or\n"
+                                     "MIDI 1 to 127; loops without a root note match too")
+                                 ->type_name("N");
+    key->check([&](const std::string& text) { return wrongWithRootNote(text, options); });
     search
         ->add_option("--tolerance", options.filters.keyTolerance, "Semitones that it may be off; default: 0")
         ->type_name("S")
         ->check(CLI::Range(0, 127).description(""))
         ->needs(key);
     search
-        ->add_option("--key-type", options.filters.keyType,
-                     "Scale: 1 minor, 2 major, 3 fits both or not said; files\nmay state others (scaleType "
-                     "in info --json)")
+        ->add_option_function<std::string>(
+            "--key-type", [](const std::string&) {},
+            "Scale: 1 or minor, 2 or major, 3 fits both or not said;\n"
+            "files may state others (scaleType in info --json); loops\n"
+            "without a root note match too")
         ->type_name("N")
-        ->check(CLI::Range(1, std::numeric_limits<std::int16_t>::max() + 0).description(""));
+        ->check([&](const std::string& text) { return wrongWithKeyType(text, options.filters.keyType); });
 }
 
 void addSearch(CLI::App& app, SearchOptions& options, Command& command) {

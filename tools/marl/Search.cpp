@@ -9,7 +9,7 @@
 #include "marl/TextTable.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <ostream>
 #include <span>
 
@@ -58,10 +58,12 @@ std::string cellOf(const SearchKey& key) {
 
 /// "A minor"; the note alone where the scale is neither minor nor major, or may be both.
 std::string keyOf(const CFileIndexInfo& record) {
-    constexpr std::array kScales{"", " minor", " major"};  // by the type that files state
     const int rootNote = record.getAdditionalInfo().midiRootNote;
-    const auto scale = static_cast<std::size_t>(record.getKeyType());
-    return noteName(rootNote) + (rootNote != 0 && scale < kScales.size() ? kScales[scale] : "");
+    const int scale = record.getKeyType() - 1;
+    std::string key = noteName(rootNote);
+    if (rootNote != 0 && scale >= 0 && scale < std::ssize(kScaleNames))
+        key.append(" ").append(kScaleNames[static_cast<std::size_t>(scale)]);
+    return key;
 }
 
 std::vector<std::string> cellsOf(const CFileIndexInfo& record) {
@@ -156,7 +158,8 @@ int runSearch(const SearchOptions& options, std::ostream& out, std::ostream& err
     const CSearchEngineRef engine = openIndexesToSearch(options.indexDirectory, err);
     if (!engine) return kFailed;
     reportGaps(*engine, err);
-    const SearchQuery query(*engine, options.keys, err);
+    SearchQuery query(*engine, options.keys, err);
+    if (options.pitchClass) query.requirePitchClass(*options.pitchClass, options.filters.keyTolerance);
     OrganizedSearchResults results;
     query.run(*engine, options.filters, options.name, options.key, results);
     return options.json ? printAsJSON(results, options, out, err) : printAsTable(results, options, out, err);

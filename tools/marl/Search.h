@@ -5,18 +5,24 @@
 
 #include <MarlCore/SearchEngine/SearchFilters.h>
 
+#include <array>
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace marl::tool {
+
+/// Of the key types 1 and 2; no other has a name.
+inline constexpr std::array<std::string_view, 2> kScaleNames{"minor", "major"};
 
 struct SearchOptions {
     std::string indexDirectory = {};  ///< empty: as `indexDirectoryOf` says
     std::string name = {};            ///< empty: any
     SearchFilters filters = {};
-    int key = 0;  ///< MIDI note number; 0: any
+    int key = 0;                         ///< MIDI note number; 0: any
+    std::optional<int> pitchClass = {};  ///< 0 (C) to 11 (B): root notes of this name, in any octave
     std::optional<std::size_t> limit = {};
     bool json = false;
     std::vector<std::string> keys = {};  ///< see `SearchQuery`; all of them; none: every loop

@@ -137,10 +137,14 @@ bool SearchQuery::takeTempoRange(const std::string& word, std::ostream& err) {
     return true;
 }
 
+void SearchQuery::requirePitchClass(int pitchClass, int tolerance) {
+    m_pitchClass = {pitchClass, tolerance};
+}
+
 void SearchQuery::run(CSearchEngine& engine, const SearchFilters& filters, const std::string& name,
                       int projectKey, OrganizedSearchResults& results) const {
     if (m_isVain) return;
-    const bool isSifted = !m_tempos.empty() || m_anyOf.size() > 1;
+    const bool isSifted = !m_tempos.empty() || m_pitchClass || m_anyOf.size() > 1;
     OrganizedSearchResults candidates;
     for (const Keys& keys : lookUps())
         engine.search(keys, filters, halyard::CSTR(name), projectKey, isSifted ? candidates : results, true);
@@ -164,7 +168,15 @@ bool SearchQuery::admits(const CFileIndexInfo& record) const {
     const auto carries = [&](const SearchKey& key) { return record.carries(key); };
     return std::ranges::all_of(m_anyOf,
                                [&](const Keys& keys) { return std::ranges::any_of(keys, carries); }) &&
-           admitsTempoOf(record);
+           admitsKeyOf(record) && admitsTempoOf(record);
+}
+
+bool SearchQuery::admitsKeyOf(const CFileIndexInfo& record) const {
+    constexpr int kOctave = 12;  // semitones
+    const int rootNote = record.getAdditionalInfo().midiRootNote;
+    if (!m_pitchClass || rootNote == 0 || isOneShot(record)) return true;
+    const int above = (rootNote % kOctave - m_pitchClass->number + 2 * kOctave) % kOctave;
+    return std::min(above, kOctave - above) <= m_pitchClass->tolerance;
 }
 
 bool SearchQuery::admitsTempoOf(const CFileIndexInfo& record) const {

@@ -25,6 +25,10 @@ public:
     /// Tells on `err` what words that are no keys were taken for, and keys near to those that no loop has.
     SearchQuery(CSearchEngine& engine, std::span<const std::string> words, std::ostream& err);
 
+    /// Asks for root notes that are, in some octave, at most `tolerance` semitones from `pitchClass`, which
+    /// is 0 (C) to 11 (B). One-shots and loops without a root note pass, as they do every key.
+    void requirePitchClass(int pitchClass, int tolerance);
+
     /// The loops that have every word and pass the filters; the arguments are those of
     /// `CSearchEngine::search`.
     void run(CSearchEngine& engine, const SearchFilters& filters, const std::string& name, int projectKey,
@@ -37,18 +41,23 @@ private:
         double lowest, highest;  // beats a minute
         double tolerance;        // beyond both
     };
+    struct PitchClass {
+        int number, tolerance;
+    };
 
     bool takeKey(CSearchEngine& engine, const std::string& word);
     bool takeKeywords(CSearchEngine& engine, const std::string& word, std::ostream& err);
     bool takeTempo(const std::string& word, std::ostream& err);
     bool takeTempoRange(const std::string& word, std::ostream& err);
     std::vector<Keys> lookUps() const;
+    bool admitsKeyOf(const CFileIndexInfo& record) const;
     bool admitsTempoOf(const CFileIndexInfo& record) const;
     bool admits(const CFileIndexInfo& record) const;
 
     Keys m_keys;                // all of them
     std::vector<Keys> m_anyOf;  // of each of these at least one
     std::vector<Tempos> m_tempos;
+    std::optional<PitchClass> m_pitchClass;
     bool m_isVain = false;  // no loop has one of the words
 };
 
