@@ -177,7 +177,8 @@ TEST(CommandLine, AFullOutputIsAnErrorThatSaysSo) {
                                        {"info", "--json", "in.wav"},
                                        {"info", "in.wav", "in.wav"},
                                        {"convert", "in.wav", "-"},
-                                       {"stream", "in.wav"}}) {
+                                       {"stream", "in.wav"},
+                                       {"browse"}}) {
         SCOPED_TRACE(joined(arguments));
         const Outcome outcome =
             runMarl(arguments, {.standardOutput = StandardOutput::kFullDevice, .folder = folder.path()});

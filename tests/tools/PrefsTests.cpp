@@ -47,7 +47,7 @@ protected:
     std::string faultOfSetting(const std::string& key, const std::string& text) {
         std::ostringstream err;
         const int status = runPrefsSet(m_settings, key, text, err);
-        const std::string start = "marl: " + key + ": ", fault = err.str();
+        const std::string start = "marl: " + (key.empty() ? "''" : key) + ": ", fault = err.str();
         EXPECT_EQ(status, fault.empty() ? kDone : kWrongUsage) << fault;
         if (fault.empty()) return "";
         EXPECT_TRUE(fault.starts_with(start) && fault.ends_with("\n")) << fault;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Browse.h"
 
+#include "Output.h"
 #include "TerminalText.h"
 #include "TextTable.h"
 
@@ -38,13 +39,11 @@ public:
 
     int print() {
         FileNode root(m_options.folder, nullptr, std::nullopt);
-        if (!load(root)) return 1;
+        if (!load(root)) return kFailed;
         printLine(m_options.folder, root, 0);
         printChildren(root, 1);
         m_out << counted(m_folders, "folder") << ", " << counted(m_loopFiles, "loop file") << '\n';
-        m_out.flush();
-        if (!m_out) report("standard output", "cannot be written");
-        return m_status;
+        return flushed(m_out, m_err) ? m_status : kFailed;
     }
 
 private:
@@ -53,7 +52,8 @@ private:
             folder.children();
             return true;
         } catch (const platform::Exception& failure) {
-            report(terminalText(folder.fullPath()), failure.reason());
+            reportError(m_err, folder.fullPath(), messageOfFolder(folder.fullPath(), failure));
+            m_status = kFailed;
             return false;
         }
     }
@@ -83,17 +83,12 @@ private:
         if (type == NodeTypesHelper::kAIFF || type == NodeTypesHelper::kWAV) ++m_loopFiles;
     }
 
-    void report(const std::string& what, const std::string& reason) {
-        m_err << "marl browse: " << what << ": " << reason << '\n';
-        m_status = 1;
-    }
-
     const BrowseOptions& m_options;
     std::ostream& m_out;
     std::ostream& m_err;
     std::int64_t m_folders = 0;
     std::int64_t m_loopFiles = 0;
-    int m_status = 0;
+    int m_status = kDone;
 };
 
 }  // namespace

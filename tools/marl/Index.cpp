@@ -84,7 +84,7 @@ public:
 private:
     void addRoot(const std::string& folder) {
         if (!folder.empty()) return m_roots.push_back(indexRootOf(folder));
-        reportError(m_err, "''", "is no folder");
+        reportError(m_err, folder, "is no folder");
         m_isWrong = true;
     }
 

@@ -42,7 +42,7 @@ private:
         try {
             folder.children();
         } catch (const platform::Exception& exception) {
-            return m_items.push_back({path, exception.what()});
+            return m_items.push_back({path, messageOfFolder(path, exception)});
         }
         for (const FileNodeRef& child : folder.children()) {
             const std::string childPath = (path.ends_with('/') ? path : path + "/") + child->pathName();

@@ -7,6 +7,7 @@
 #include <MarlCore/foundation/CException.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <new>
 #include <ostream>
 #include <system_error>
@@ -25,7 +26,7 @@ int systemErrorOf(const std::exception& exception) {
 }  // namespace
 
 void reportError(std::ostream& err, std::string_view path, std::string_view message) {
-    err << "marl: " << terminalText(path) << ": " << terminalText(message) << "\n";
+    err << "marl: " << terminalText(path.empty() ? "''" : path) << ": " << terminalText(message) << "\n";
 }
 
 std::string messageOf(const std::exception& exception, std::string_view attempt) {
@@ -33,6 +34,12 @@ std::string messageOf(const std::exception& exception, std::string_view attempt)
     const int error = systemErrorOf(exception);
     if (error == 0) return exception.what();
     return std::string(attempt) + ": " + std::generic_category().message(error);
+}
+
+std::string messageOfFolder(const std::string& folder, const std::exception& exception) {
+    std::error_code error;
+    const std::filesystem::directory_iterator list(folder, error);
+    return error ? "cannot be read: " + error.message() : exception.what();
 }
 
 std::string toUTF8(std::string_view bytes) {

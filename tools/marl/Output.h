@@ -21,12 +21,17 @@ inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;
 inline constexpr int kWrongUsage = 2;
 
-/// One line that says which file and what: "marl: loops/a.wav: couldn't find data tag".
+/// One line that says which file and what: "marl: loops/a.wav: couldn't find data tag". An empty path shows
+/// as two quotes.
 void reportError(std::ostream& err, std::string_view path, std::string_view message);
 
 /// What an exception has to say to a user. Where the system refused, that is `attempt` ("cannot be read") and
 /// the system's own words, without the library's text: that names a file once more, or a temporary one.
 std::string messageOf(const std::exception& exception, std::string_view attempt);
+
+/// The same of a `folder` that the library could not list: its text names the calls that it made. The system
+/// is asked again.
+std::string messageOfFolder(const std::string& folder, const std::exception& exception);
 
 /// Bytes as UTF-8: as they are when they are that, else with U+FFFD in place of each byte that is not.
 std::string toUTF8(std::string_view bytes);
