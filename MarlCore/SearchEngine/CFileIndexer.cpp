@@ -127,6 +127,12 @@ void refuse(FileIndexResult& result, const std::string& path, const std::string&
     result.keys.clear();
 }
 
+/// Where the system refused, its own words: the library's text names the file once more.
+std::string reasonOf(const CException& exception) {
+    if (exception.getType() != kFileIOError || exception.getCode() == 0) return exception.getMessage();
+    return "cannot be read: " + std::generic_category().message(exception.getCode());
+}
+
 }  // namespace
 
 CFileIndexer::CFileIndexer() {
@@ -180,7 +186,7 @@ void CFileIndexer::examineFile(const std::string& path, FileIndexResult& result)
         if (!dynamic_cast<const CSoundFile*>(file.get())) return refuse(result, path, kNoSoundFile);
         makeRecord(path, *file->getFileParserRef(), result);
     } catch (const CException& exception) {
-        return refuse(result, path, shouldAddFile(path) ? exception.getMessage() : kNoSoundFile);
+        return refuse(result, path, shouldAddFile(path) ? reasonOf(exception) : kNoSoundFile);
     }
     // Times of files are in whole seconds too: one that is written to in the very second in which it is
     // examined must count as changed next time.

@@ -140,8 +140,9 @@ void CSearchEngine::loadIndexFiles() {
             load1IndexFile(path);
         } catch (const CException& exception) {
             if (exception.getCode() == ENOENT) continue;  // another process has just removed it
-            const std::string reason = exception.getCode() != 0 ? std::strerror(exception.getCode()) : "";
-            m_loadProblems.push_back({path, exception.getMessage() + (reason.empty() ? "" : ": " + reason)});
+            const int code = exception.getCode();
+            m_loadProblems.push_back({path, code != 0 ? std::string("cannot be used: ") + std::strerror(code)
+                                                      : exception.getMessage()});
         }
     }
 }

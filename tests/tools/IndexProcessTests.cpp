@@ -240,6 +240,21 @@ TEST_F(IndexProcess, FollowsAFolderWhoseIndexIsRemoved) {
         comesTrue([&] { return SearchLibrary::newEngine()->indexFileCount() == 1 && found().size() == 11; }));
 }
 
+TEST_F(IndexProcess, TellsTheFilesThatItMayNotRead) {
+    const std::string secret = m_library.addLoop("secret.aif", "Xa");
+    fs::permissions(secret, fs::perms::none);
+    const auto isRefused = [&](const std::string& path, const std::string& reason) {
+        const Outcome outcome = runMarl(command("index", {m_library.root()}), {.obeysPermissions = true});
+        EXPECT_TRUE(outcome.err.starts_with("marl: " + path + reason + ": Permission denied\n"))
+            << outcome.err;
+    };
+    isRefused(secret, ": cannot be read");
+    for (const auto& index : fs::directory_iterator(m_library.indexes().path())) {
+        fs::permissions(index, fs::perms::none);
+        isRefused(index.path(), ": cannot be used");
+    }
+}
+
 TEST_F(IndexProcess, TellsAFolderThatItMayNotReadAndKeepsItsFiles) {
     m_library.addLoop("open/a.aif", "Xa");
     m_library.addLoop("closed/b.aif", "Xb");
