@@ -164,7 +164,7 @@ TEST(CommandLine, ReportsABadFileAndDoesTheOthers) {
         if (json) arguments.insert(arguments.begin() + 1, "--json");
         const Outcome outcome = runMarl(arguments, {.folder = folder.path()});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.err, "marl: bad.wav: couldn't find RIFF tag\n");
+        EXPECT_EQ(outcome.err, "marl: bad.wav: not a WAV file: couldn't find RIFF tag\n");
         EXPECT_NE(outcome.out.find("a.wav"), std::string::npos);
         EXPECT_NE(outcome.out.find("c.wav"), std::string::npos);
     }

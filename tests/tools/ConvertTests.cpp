@@ -446,7 +446,7 @@ TEST(Convert, NamesTheFileAtFaultAndLeavesNothing) {
         {{.channels = 2, .input = "surround.wav", .output = "out.wav"},
          false,
          "Unsupported channel conversion. Source 6 channels, dest 2 channels."},
-        {{.input = "bad.wav", .output = "out.wav"}, false, "couldn't find RIFF tag"},
+        {{.input = "bad.wav", .output = "out.wav"}, false, "not a WAV file: couldn't find RIFF tag"},
         {{.input = "bad.mov", .output = "out.wav"},
          false,
          "not a QuickTime file: at byte 0 begins a WAV file"},

@@ -117,8 +117,9 @@ TEST_F(Index, TellsWhatItRefusesAndSucceeds) {
     const Outcome outcome = index();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(outcome.status, kDone);
-    EXPECT_EQ(outcome.err, "marl: " + m_library.path("bad.wav") + ": couldn't find RIFF tag\nmarl: " +
-                               m_library.root() + ": note: 1 dangling link\n");
+    EXPECT_EQ(outcome.err, "marl: " + m_library.path("bad.wav") +
+                               ": not a WAV file: couldn't find RIFF tag\nmarl: " + m_library.root() +
+                               ": note: 1 dangling link\n");
     EXPECT_EQ(counts(outcome.out), (Counts{1, 0, 0, 0, 0, 1}));
     EXPECT_EQ(found().second, Paths{m_library.path("good.aif")});
 }

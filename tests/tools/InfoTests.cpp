@@ -130,7 +130,8 @@ TEST(InfoJSON, ErrorsTakeTheirPlaceAmongTheFiles) {
     EXPECT_EQ(outcome.status, kFailed);
     const json files = json::parse(outcome.out);
     ASSERT_EQ(files.size(), 3U);
-    EXPECT_EQ(files[0], json({{"path", bad}, {"error", "couldn't find FORM master chunk"}}));
+    EXPECT_EQ(files[0],
+              json({{"path", bad}, {"error", "not an AIFF file: couldn't find FORM master chunk"}}));
     EXPECT_EQ(files[1]["path"], good);
     EXPECT_EQ(files[2], json({{"path", gone}, {"error", "cannot be read: No such file or directory"}}));
     EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 2);
@@ -318,7 +319,8 @@ TEST(Info, SaysWhyAPathIsNoLoopFile) {
     folder.write("notes.txt", "");
     folder.write("empty.wav", "");
     folder.write("empty.mov", "");
-    folder.write("text.mov", "Once upon a time");
+    for (const char* name : {"text.wav", "text.aif", "text.mov"}) folder.write(name, "Once upon a time");
+    folder.write("film.wav", support::Bytes().text("RIFF").little32(4).text("AVI "));
     folder.write("sound.mov", support::wavFile({}));
     folder.write("cut.mov", support::Bytes().big32(1000).text("mdat").zeros(92));
     const struct {
@@ -330,8 +332,11 @@ TEST(Info, SaysWhyAPathIsNoLoopFile) {
         {"Host.app", "cannot be read: Is a directory"},
         {"empty.wav/x.wav", "cannot be read: No such file or directory"},
         {"notes.txt", "not a loop file: its name must end in .aif, .aiff, .wav, .wave or .mov"},
-        {"empty.wav", "couldn't find RIFF tag"},
-        {"empty.mov", "not a QuickTime file: it is empty"},
+        {"empty.wav", "is empty"},
+        {"empty.mov", "is empty"},
+        {"text.wav", "not a WAV file: couldn't find RIFF tag"},
+        {"film.wav", "not a WAV file: WAVE is not in the RIFF tag!"},
+        {"text.aif", "not an AIFF file: couldn't find FORM master chunk"},
         {"text.mov", "not a QuickTime file: there is no atom at byte 0"},
         {"sound.mov", "not a QuickTime file: at byte 0 begins a WAV file"},
         {"cut.mov", "couldn't find the movie atom ('moov') in the 100 bytes of the file"},

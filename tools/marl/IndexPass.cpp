@@ -66,7 +66,7 @@ bool isFailure(const std::exception& exception, int code) noexcept {
 /// Reasons that name their file once more lose the name.
 std::string reasonOf(const PathProblem& problem) {
     const std::string name = problem.path + ": ";
-    return problem.reason.starts_with(name) ? problem.reason.substr(name.size()) : problem.reason;
+    return explained(problem.reason.starts_with(name) ? problem.reason.substr(name.size()) : problem.reason);
 }
 
 bool hasNews(const SearchIndexingStatus& status) noexcept {

@@ -23,6 +23,7 @@ void requireLoopFile(const std::string& path) {
         throw halyard::CParamException(
             halyard::kParameterError,
             "not a loop file: its name must end in .aif, .aiff, .wav, .wave or .mov");
+    if (fs::file_size(path) == 0) throw halyard::CParamException(halyard::kParameterError, "is empty");
 }
 
 }  // namespace

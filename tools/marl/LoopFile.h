@@ -19,7 +19,8 @@ struct LoopFile {
 };
 
 /// Opens `path` and parses everything. Throws what the library throws, and for a path that is no loop file
-/// at all (not there, a folder, a pipe, named like something else) `std::system_error` or a parameter error.
+/// at all (not there, a folder, a pipe, empty, named like something else) `std::system_error` or a parameter
+/// error.
 LoopFile openLoopFile(const std::string& path);
 
 CURLRef urlOfPath(const std::string& path);

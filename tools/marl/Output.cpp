@@ -23,6 +23,13 @@ int systemErrorOf(const std::exception& exception) {
     return failure ? failure->code().value() : 0;
 }
 
+/// The library's reasons for files that are not what their names say.
+constexpr struct {
+    std::string_view reason, meaning;
+} kForeignFiles[] = {{"couldn't find FORM master chunk", "not an AIFF file: "},
+                     {"couldn't find RIFF tag", "not a WAV file: "},
+                     {"WAVE is not in the RIFF tag!", "not a WAV file: "}};
+
 }  // namespace
 
 void reportError(std::ostream& err, std::string_view path, std::string_view message) {
@@ -32,8 +39,14 @@ void reportError(std::ostream& err, std::string_view path, std::string_view mess
 std::string messageOf(const std::exception& exception, std::string_view attempt) {
     if (dynamic_cast<const std::bad_alloc*>(&exception)) return "there is not enough memory";
     const int error = systemErrorOf(exception);
-    if (error == 0) return exception.what();
+    if (error == 0) return explained(exception.what());
     return std::string(attempt) + ": " + std::generic_category().message(error);
+}
+
+std::string explained(const std::string& reason) {
+    for (const auto& foreign : kForeignFiles)
+        if (reason == foreign.reason) return std::string(foreign.meaning) + reason;
+    return reason;
 }
 
 std::string messageOfFolder(const std::string& folder, const std::exception& exception) {

@@ -29,8 +29,11 @@ void reportError(std::ostream& err, std::string_view path, std::string_view mess
 /// the system's own words, without the library's text: that names a file once more, or a temporary one.
 std::string messageOf(const std::exception& exception, std::string_view attempt);
 
-/// The same of a `folder` that the library could not list: its text names the calls that it made. The system
-/// is asked again.
+/// What the library gives as its reason; where a file is not what its name says, that comes first.
+std::string explained(const std::string& reason);
+
+/// The same as `messageOf` of a `folder` that the library could not list: its text names the calls that it
+/// made. The system is asked again.
 std::string messageOfFolder(const std::string& folder, const std::exception& exception);
 
 /// Bytes as UTF-8: as they are when they are that, else with U+FFFD in place of each byte that is not.
