@@ -166,7 +166,7 @@ TEST_F(Peaks, ShowProgressWithLongFilesOnATerminalOnly) {
 
 TEST_F(Peaks, AreRefusedInOneLine) {
     const std::string empty = m_folder.write("empty.wav", rampFile(1, 0));
-    fs::create_symlink(m_mono, m_folder.path("link"));
+    fs::create_symlink(m_mono, m_folder.path("link.PNG"));
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -179,8 +179,10 @@ TEST_F(Peaks, AreRefusedInOneLine) {
         {{m_mono, "-o", "none/x.png"},
          kFailed,
          "marl: none/x.png: cannot be written: No such file or directory\n"},
-        {{m_mono, "-o", m_mono}, kFailed, "is the loop itself"},
-        {{m_mono, "-o", "link"}, kFailed, "is the loop itself"},
+        {{m_mono, "-o", "link.PNG"}, kFailed, "is the loop itself"},
+        {{m_mono, "-o", m_mono}, kWrongUsage, "must end in .png, or be -"},
+        {{m_mono, "-o", "cut.jpg"}, kWrongUsage, "-o: 'cut.jpg' must end in .png, or be -"},
+        {{m_mono, "-o", ""}, kWrongUsage, "'' must end in .png, or be -"},
         {{m_mono, "--from", "5", "--to", "4"}, kWrongUsage, "frame 4 lies before --from"},
         {{m_mono, "--from", "-1"}, kWrongUsage, "'-1' is not a frame"},
         {{m_mono, "--size", "1000"}, kWrongUsage, "'1000' is not a size"},

@@ -10,6 +10,7 @@
 #include <MarlCore/MediaManager/PeaksManager.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
@@ -162,6 +163,13 @@ std::string wrongWithSize(const std::string& text, PictureSize& size) {
 std::string wrongWithFrame(const std::string& text) {
     std::uint32_t frame = 0;
     return parse(text, frame) ? "" : "'" + text + "' is not a frame: 0 to 4294967295";
+}
+
+std::string wrongWithPicture(const std::string& name) {
+    const std::string extension = std::filesystem::path(name).extension().string();
+    const bool isPNG = std::ranges::equal(extension, std::string_view(".png"), {},
+                                          [](unsigned char c) { return std::tolower(c); });
+    return isPNG || name == "-" ? "" : "'" + name + "' must end in .png, or be -";
 }
 
 std::string wrongWithColor(const std::string& text, std::optional<platform::Color>& color) {

@@ -35,6 +35,8 @@ inline constexpr PictureSize kSmallestPicture{1, 4}, kLargestPicture{30'000, 10'
 std::string wrongWithSize(const std::string& text, PictureSize& size);
 /// The same for the number of a frame, of which only the text is checked.
 std::string wrongWithFrame(const std::string& text);
+/// The same for the name of a picture: "*.png", or "-".
+std::string wrongWithPicture(const std::string& name);
 /// Reads "RRGGBBAA" or "RRGGBB" (opaque), in hexadecimal digits, into `color`.
 std::string wrongWithColor(const std::string& text, std::optional<platform::Color>& color);
 

@@ -158,7 +158,8 @@ void addPeaks(CLI::App& app, PeaksOptions& options, Command& command) {
             "-o", options.output,
             "PNG file to write, replaced when it exists; - for\nstandard output; default: the name of "
             "FILE with .png,\nin this folder")
-        ->type_name("OUT.png");
+        ->type_name("OUT.png")
+        ->check(wrongWithPicture);
     peaks
         ->add_option_function<std::string>(
             "--size", [](const std::string&) {}, "Columns and rows; default: 1000x200")
