@@ -255,6 +255,14 @@ TEST_F(IndexProcess, TellsTheFilesThatItMayNotRead) {
     }
 }
 
+TEST_F(IndexProcess, BlamesTheIndexesWhenTheirDiskIsFull) {
+    addLoops(100, "Xa");
+    const Outcome outcome = runMarl(command("index", {m_library.root()}), {.mostFileBytes = 5000});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "marl: " + m_library.indexes().path() + ": indexes cannot be written: File too large\n");
+}
+
 TEST_F(IndexProcess, TellsAFolderThatItMayNotReadAndKeepsItsFiles) {
     m_library.addLoop("open/a.aif", "Xa");
     m_library.addLoop("closed/b.aif", "Xb");

@@ -226,6 +226,18 @@ TEST_F(Index, LeavesFilesThatAreNoIndexAlone) {
     EXPECT_EQ(contentsOf(foreign), "A, B, C");
 }
 
+TEST_F(Index, BlamesTheIndexesWhereTheyCannotBeWritten) {
+    m_library.addLoop("one/a.aif", "Xa");
+    m_library.addLoop("two/b.aif", "Xb");
+    const std::string below = m_library.path("one/a.aif") + "/indexes";
+    std::ostringstream out, err;
+    const Paths folders{m_library.path("one"), m_library.path("two"), m_library.path("three")};
+    EXPECT_EQ(runIndex({.indexDirectory = below, .folders = folders}, out, err), kFailed);
+    EXPECT_EQ(err.str(), "marl: " + below + ": Not a directory\nmarl: " + below +
+                             ": indexes cannot be written: Not a directory\nmarl: " + folders[2] +
+                             ": cannot be indexed: No such file or directory\n");
+}
+
 TEST_F(Index, WaitsForNobody) {
     m_library.addLoop("a.aif", "Xa");
     const CSearchEngineRef other = SearchLibrary::newEngine();

@@ -16,6 +16,7 @@
 #include <ostream>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -57,10 +58,25 @@ void requireIndexable(const std::string& root) {
     if (!folder) throw std::system_error(errno, std::generic_category());
 }
 
+bool isIndexable(const std::string& root) {
+    try {
+        requireIndexable(root);
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
 /// Whether the library threw it for the system's error `code`.
 bool isFailure(const std::exception& exception, int code) noexcept {
     const auto* const failure = dynamic_cast<const CException*>(&exception);
     return failure && failure->getCode() == code;
+}
+
+/// Whether the library threw it since the system refused something.
+bool isRefusal(const std::exception& exception) noexcept {
+    const auto* const failure = dynamic_cast<const CException*>(&exception);
+    return failure && failure->getType() == halyard::kFileIOError && failure->getCode() != 0;
 }
 
 /// Reasons that name their file once more lose the name.
@@ -174,8 +190,18 @@ PassEnd IndexPasses::reportFailure(const std::exception& exception) {
         tell(m_root, "stopped; another process holds its index, so that not all that was done could be kept");
         return PassEnd::kStopped;
     }
-    tell(m_root, messageOf(exception, "cannot be indexed"));
+    // The files of the folder are told one by one. What else there is to refuse are the indexes.
+    if (isRefusal(exception) && isIndexable(m_root))
+        tellOfIndexes(messageOf(exception, "indexes cannot be written"));
+    else
+        tell(m_root, messageOf(exception, "cannot be indexed"));
     return PassEnd::kFailed;
+}
+
+/// Prints the line unless it was the last of its kind: all folders have their indexes there.
+void IndexPasses::tellOfIndexes(const std::string& message) {
+    if (std::exchange(m_toldOfIndexes, message) != message)
+        reportError(m_err, CSearchEngine::getIndexDirectory(), message);
 }
 
 /// Prints the line unless the last pass over this folder gave it too.

@@ -54,6 +54,7 @@ private:
     void printRow(const SearchIndexingStatus& status, double seconds);
     PassEnd reportFailure(const std::exception& exception);
     void tell(const std::string& path, const std::string& message);
+    void tellOfIndexes(const std::string& message);
 
     CSearchEngine& m_engine;
     std::ostream& m_out;
@@ -63,6 +64,7 @@ private:
     std::string m_root;                                         // of the pass that runs
     std::set<std::string> m_told;                               // lines of this pass
     std::map<std::string, std::set<std::string>> m_toldBefore;  // and of each root's last one
+    std::string m_toldOfIndexes;                                // what last went wrong with their directory
 };
 
 }  // namespace marl::tool
