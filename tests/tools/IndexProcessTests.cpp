@@ -202,15 +202,37 @@ TEST_F(IndexProcess, FollowsTheOtherFoldersWhenOneIsMissing) {
     m_library.addLoop("here/a.aif", "Xa");
     const std::string missing = m_library.path("missing");
     RunningMarl watch(command("index", {"--watch", missing, m_library.path("here")}));
-    EXPECT_TRUE(comesTrue([&] { return watch.err().find("look") != std::string::npos; }));
+    EXPECT_TRUE(comesTrue([&] { return watch.err().find("watching") != std::string::npos; }));
     m_library.addLoop("here/b.aif", "Xb");
     EXPECT_TRUE(comesTrue([&] { return found() == Names{"here/a.aif", "here/b.aif"}; }));
     watch.sendSignal(SIGINT);
     const Outcome outcome = watch.await();
     EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "marl: " + missing +
+                               ": cannot be indexed: No such file or directory\nmarl: watching 1 folder\n");
+}
+
+TEST_F(IndexProcess, FollowsNoFolderThatNeverWasThere) {
+    const std::string missing = m_library.path("missing"), file = m_library.addLoop("a.aif", "Xa");
+    const Outcome outcome = runMarl(command("index", {"--watch", missing, file}));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "marl: " + missing + ": cannot be indexed: No such file or directory\nmarl: " +
+                               file + ": cannot be indexed: Not a directory\n");
+}
+
+TEST_F(IndexProcess, FollowsADriveThatIsAway) {
+    const std::string drive = m_library.path("drive"), away = m_library.path("away");
+    m_library.addLoop("drive/a.aif", "Xa");
+    EXPECT_EQ(runMarl(command("index", {drive})).status, 0);
+    fs::rename(drive, away);
+    RunningMarl watch(command("index", {"--watch", drive}));
+    EXPECT_TRUE(comesTrue([&] { return watch.err().find("look") != std::string::npos; }));
+    watch.sendSignal(SIGINT);
+    const Outcome outcome = watch.await();
+    EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
-              "marl: " + missing + ": cannot be indexed: No such file or directory\n" +
-                  "marl: watching 2 folders\nmarl: " + missing +
+              "marl: " + drive + ": cannot be indexed: No such file or directory\n" +
+                  "marl: watching 1 folder\nmarl: " + drive +
                   ": note: looked through every 30 seconds, since changes cannot be told: No such "
                   "file or directory\n");
 }

@@ -226,6 +226,10 @@ std::vector<std::string> FolderWatch::wait(int stopDescriptor) {
     }
 }
 
+void FolderWatch::forget(const std::string& root) {
+    std::erase_if(m_trees, [&](const auto& tree) { return tree->root() == root; });
+}
+
 void FolderWatch::remind(const std::string& root) {
     for (const auto& tree : m_trees)
         if (tree->root() == root) noteChange(*tree);

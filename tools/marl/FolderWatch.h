@@ -44,6 +44,9 @@ public:
     /// something to read from `stopDescriptor`: none then. One of -1 is none.
     std::vector<std::string> wait(int stopDescriptor);
 
+    /// Watches `root` no more.
+    void forget(const std::string& root);
+
     /// Counts `root` as changed just now.
     void remind(const std::string& root);
 

@@ -63,10 +63,11 @@ public:
     }
 
     int indexAndWatch() {
-        if (m_roots.empty()) return kFailed;
         // From before the first pass on, so that what changes during it is seen.
         FolderWatch watch(m_roots, CSearchEngine::getIndexDirectory(), m_options.timing);
         for (const std::string& root : m_roots) passInWatch(watch, root, m_options.rebuild);
+        dropHopelessRoots(watch);
+        if (m_roots.empty()) return kFailed;
         m_passes.setOptions({.isProgressShown = m_options.isProgressShown, .isQuiet = true});
         reportOverlaps(m_roots, m_engine, m_err);
         if (m_signals.received() == 0)
@@ -88,7 +89,18 @@ private:
         m_isWrong = true;
     }
 
-    /// A folder that cannot be indexed may be one day: a drive that is plugged in.
+    /// A folder that has an index is on a drive that is away. One that has none and cannot get one is a slip
+    /// of the pen.
+    void dropHopelessRoots(FolderWatch& watch) {
+        const auto dropped = std::erase_if(m_roots, [&](const std::string& root) {
+            if (!m_failed.contains(root) || m_engine.findIndexFileForDirectory(root)) return false;
+            watch.forget(root);
+            return true;
+        });
+        if (dropped > 0) m_isWrong = true;
+    }
+
+    /// A folder that cannot be indexed may be later: a drive that is plugged in.
     void passInWatch(FolderWatch& watch, const std::string& root, bool isAnew) {
         if (m_signals.received() != 0) return;
         const PassEnd end = m_passes.run(root, isAnew);

@@ -22,7 +22,9 @@ struct IndexOptions {
 
 /// Brings the index of each folder up to date and prints a row for each, what went wrong on `err`. A file
 /// that is no loop is told, and no error; a folder that cannot be read is one, the others are done all the
-/// same. With `watch` the indexes follow their folders from then on, and a row tells what was new.
+/// same. With `watch` the indexes follow their folders from then on, and a row tells what was new; a folder
+/// that cannot be indexed at first and has no index is not followed, and when none is left the watch does not
+/// begin.
 ///
 /// Returns the exit status: that of the signal (see `statusOfSignal`) which ended the work before its end; 0
 /// for one that ended the watch.
