@@ -16,8 +16,8 @@
 
 namespace marl {
 
-/// What stat says of a file, in types that are the same for every host: a `struct stat` depends on what a host
-/// defines (_FILE_OFFSET_BITS, _TIME_BITS).
+/// What stat says of a file, in types that are the same for every host: a `struct stat` depends on what a
+/// host defines (_FILE_OFFSET_BITS, _TIME_BITS).
 struct FileStatus {
     bool isFile;                    ///< a regular one
     std::int64_t modificationTime;  ///< seconds since 1970 (UTC)
